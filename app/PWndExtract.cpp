@@ -1,0 +1,125 @@
+#include "PWndExtract.h"
+
+#include <commctrl.h>
+#include <stdlib.h>
+
+#include "core/SStringArray.h"
+#include "ctrl/SListCtrl.h"
+#include "file/SDisk.h"
+#include "file/SFilePath.h"
+#include "file/SResource.h"
+#include "wnd/SWndApp.h"
+
+PWndExtract::PWndExtract() : m_thread(this), m_label(nullptr), m_progress(nullptr), m_list(nullptr)
+{
+}
+
+PWndExtract::~PWndExtract() {}
+
+LRESULT PWndExtract::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
+{
+    switch (msg) {
+    case WM_DESTROY:
+        PostQuitMessage(0);
+        break;
+    case SWM_DIALOGREADY:
+        m_label = FindByName("LABEL");
+        m_progress = FindByName("PROGRESS");
+        m_list = FindByName("LIST");
+        m_thread.Start(false);
+        break;
+    }
+    return SWndDialog::Handler(msg, wParam, lParam);
+}
+
+PWndExtract::_PThread::_PThread(PWndExtract* dialog)
+    : m_total(0), m_received(0), m_dialog(dialog)
+{
+}
+
+void PWndExtract::_PThread::OnNotify(int code, SValue*)
+{
+    switch (code) {
+    case NOTIFY_DONE:
+        if (m_dialog->GetHandle())
+            m_dialog->Send(WM_CLOSE);
+        break;
+    case NOTIFY_FAILED:
+        if (m_dialog->m_label)
+            m_dialog->m_label->SetText("Failed.");
+        break;
+    case NOTIFY_PROGRESS:
+        // Without a length (total -1) the position is zero or negative and
+        // the bar stays at its minimum.
+        if (m_dialog->m_progress) {
+            int position = (int)(m_received * 1.0 / m_total * 1000.0);
+            m_dialog->m_progress->Send(PBM_SETPOS, (WPARAM)position);
+        }
+        break;
+    }
+}
+
+bool PWndExtract::_PThread::Run()
+{
+    Notify(Install() ? NOTIFY_DONE : NOTIFY_FAILED, 0);
+    return false;
+}
+
+bool PWndExtract::_PThread::Install()
+{
+    SDisk disk;
+    SString temp = disk.TempFileName();
+    SFilePath file;
+    // The empty temporary file is deliberately left behind on this path only.
+    if (!file.Open(temp.Text(), true, true, false))
+        return false;
+
+    _PNetwork network(this);
+    bool downloaded =
+        network.Download(&file, SWndApp::GetArg(1, true).Text(), 1024, 0);
+    file.Close();
+    if (!downloaded) {
+        disk.Remove(temp.Text());
+        return false;
+    }
+
+    long expected = strtol(SWndApp::GetArg(0, true).Text(), nullptr, 10);
+    if (disk.FileSize(temp.Text()) != (uint32_t)expected) {
+        disk.Remove(temp.Text());
+        return false;
+    }
+
+    SResource package;
+    if (!package.Open(temp.Text(), 0)) {
+        disk.Remove(temp.Text());
+        return false;
+    }
+
+    // Unpacking fails only when it cannot start; single entries that fail
+    // are listed but deliberately count as success, so the lines are shown
+    // only in the first case.
+    SStringArray problems;
+    if (!package.ExtractAll(SWndApp::GetArg(2, true).Text(), &problems)) {
+        // The list belongs to the UI thread; its messages are sent across and
+        // handled there while the UI thread waits in its loop.
+        SListCtrl* list = dynamic_cast<SListCtrl*>(m_dialog->m_list);
+        if (list)
+            list->InsertStrings(&problems, -1, 0, 0, 0);
+        disk.Remove(temp.Text());
+        return false;
+    }
+
+    disk.Remove(temp.Text());
+    // The start's result is not checked: the update itself has succeeded.
+    disk.Open(SWndApp::GetArg(3, true).Text(), "", false, SW_SHOWNORMAL);
+    return true;
+}
+
+int PWndExtract::_PNetwork::OnProgress(int total, int offset, uint32_t, const uint8_t*, SFile*,
+                                       int)
+{
+    m_thread->m_total = total;
+    m_thread->m_received = offset;
+    m_thread->Notify(NOTIFY_PROGRESS, 0);
+    return 0;
+}

@@ -1,0 +1,59 @@
+// PWndExtract: the "Update" dialog. Once ready it starts its worker, which
+// downloads the package into a temporary file, checks its size, unpacks it
+// into the destination folder and starts the application again; the dialog
+// then closes by itself. Any failure leaves it open with the label "Failed.".
+#pragma once
+
+#include <stdint.h>
+
+#include "system/SNetwork.h"
+#include "system/SThread.h"
+#include "wnd/SWndDialog.h"
+
+class PWndExtract : public SWndDialog {
+public:
+    PWndExtract();
+    // Destroys the worker first, which ends its thread by force if it still runs.
+    ~PWndExtract() override;
+
+    LRESULT Handler(UINT msg, WPARAM wParam, LPARAM lParam) override;
+
+    // Notification codes from the worker.
+    enum { NOTIFY_DONE = 0, NOTIFY_FAILED = 1, NOTIFY_PROGRESS = 2 };
+
+private:
+    class _PThread : public SThread {
+    public:
+        explicit _PThread(PWndExtract* dialog);
+        // The install sequence; returns false (no message loop afterwards).
+        bool Run() override;
+        // On the UI thread: closes the dialog, shows "Failed." or moves the bar.
+        void OnNotify(int code, SValue* value) override;
+
+        // Written by the download on the worker thread, read by the UI thread
+        // without a lock: a torn pair only shows a wrong position once.
+        volatile int32_t m_total;
+        volatile int32_t m_received;
+
+    private:
+        bool Install();
+        PWndExtract* m_dialog;  // not owned: the dialog that owns this worker
+    };
+
+    class _PNetwork : public SNetwork {
+    public:
+        explicit _PNetwork(_PThread* thread) : m_thread(thread) {}
+        // Stores the total and the offset of the block, posts a progress
+        // notification and has the block written.
+        int OnProgress(int total, int offset, uint32_t length, const uint8_t* buffer,
+                       SFile* destination, int userValue) override;
+
+    private:
+        _PThread* m_thread;  // not owned
+    };
+
+    _PThread m_thread;
+    SWnd* m_label;     // not owned: rows of the dialog; null before it is ready
+    SWnd* m_progress;  // not owned
+    SWnd* m_list;      // not owned
+};

@@ -1,0 +1,115 @@
+#!/usr/bin/env bash
+# Whole-install benchmark: Update.exe installing a package of >= 90 MB of real
+# Windows binaries over loopback (nginx), timed from the start of Update.exe
+# until the application runs again, against curl to a file plus unzip of the
+# same content as a zip, in the same run. Also prints Update.exe's peak
+# memory (the resident high-water mark of its Wine process, which includes
+# Wine's own share).
+#
+# Usage: bench/install.sh [RUNS]     (default 3 runs each; the best is kept)
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+runs=${1:-3}
+build=$root/build/windows
+bin=$build/bin
+work=$(mktemp -d /tmp/vx-bench-install.XXXXXX)
+export VX_BUILD_DIR=$work/wine
+trap 'kill $(cat "$work/nginx/nginx.pid" 2>/dev/null) 2>/dev/null || true;
+      "$root/scripts/wine-run" --stop "$work/wine" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
+
+cmake --preset windows >/dev/null
+cmake --build "$build" -j2 --target Update UpdatePack SampleApp1 SampleApp2 >/dev/null
+winpath() { printf 'Z:%s' "$(printf '%s' "$1" | tr / '\\')"; }
+now() { date +%s.%N; }
+
+# The content: the PE DLLs that Debian's wine64 package installs, and the
+# application itself.
+mkdir -p "$work/content/lib" "$work/server" "$work/nginx" "$work/wine"
+for dll in /usr/lib/x86_64-linux-gnu/wine/x86_64-windows/*.dll /usr/lib/i386-linux-gnu/wine/i386-windows/*.dll /usr/lib/wine/i386-windows/*.dll; do
+    [[ -f "$dll" ]] || continue
+    cp "$dll" "$work/content/lib/$(basename "$(dirname "$dll")")-$(basename "$dll")"
+    [[ $(du -sm "$work/content" | cut -f1) -ge 95 ]] && break
+done
+cp "$bin/SampleApp2.exe" "$work/content/SampleApp.exe"
+content_mb=$(du -sm "$work/content" | cut -f1)
+files=$(find "$work/content" -type f | wc -l)
+
+"$root/scripts/wine-run" "$bin/UpdatePack.exe" make "$(winpath "$work/content/")" \
+    "$(winpath "$work/server/app.upd")" --version 2.0.0.0 >/dev/null
+(cd "$work/content" && zip -q -r -6 "$work/server/app.zip" .)
+package_size=$(stat -c %s "$work/server/app.bin")
+
+port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])')
+user=""
+[[ "$(id -u)" == 0 ]] && user="user root;"
+cat >"$work/nginx/nginx.conf" <<CONF
+$user
+worker_processes 1;
+pid $work/nginx/nginx.pid;
+error_log $work/nginx/error.log;
+events { worker_connections 64; }
+http {
+    access_log off;
+    sendfile on;
+    client_body_temp_path $work/nginx/body;
+    proxy_temp_path $work/nginx/proxy;
+    fastcgi_temp_path $work/nginx/fastcgi;
+    uwsgi_temp_path $work/nginx/uwsgi;
+    scgi_temp_path $work/nginx/scgi;
+    server { listen 127.0.0.1:$port; root $work/server; }
+}
+CONF
+/usr/sbin/nginx -p "$work/nginx" -c "$work/nginx/nginx.conf"
+sleep 0.3
+
+# Wine start-up, paid by every Update.exe run, measured on its own.
+"$root/scripts/wine-run" "$bin/SampleApp1.exe" --hold 0
+t0=$(now)
+"$root/scripts/wine-run" "$bin/SampleApp1.exe" --hold 0
+wine_start=$(echo "$(now) - $t0" | bc)
+
+best_update=999999
+peak_kb=0
+for run in $(seq "$runs"); do
+    app=$work/app$run
+    mkdir -p "$app"
+    cp "$bin/SampleApp1.exe" "$app/SampleApp.exe"
+    cp "$bin/Update.exe" "$app/Update.exe"
+    printf '[update]\r\nexitafter=0\r\n' >"$app/SampleApp.ini"
+    t0=$(now)
+    VX_NEED_DISPLAY=1 "$root/scripts/wine-run" "$app/Update.exe" "$package_size" \
+        "http://127.0.0.1:$port/app.bin" "$(winpath "$app/")" "$(winpath "$app/SampleApp.exe")" &
+    # Poll the resident high-water mark of the Update.exe process until it ends.
+    while ! grep -q "started 2.0.0.0" "$app/SampleApp.log" 2>/dev/null; do
+        for pid in $(pgrep -f 'Update.exe' || true); do
+            kb=$(awk '/VmHWM/ {print $2}' "/proc/$pid/status" 2>/dev/null || echo 0)
+            [[ -n "$kb" && "$kb" -gt "$peak_kb" ]] && peak_kb=$kb
+        done
+        sleep 0.02
+    done
+    t=$(echo "$(now) - $t0" | bc)
+    wait
+    cmp -s "$app/SampleApp.exe" "$bin/SampleApp2.exe" || { echo "install $run incomplete" >&2; exit 1; }
+    best_update=$(echo "if ($t < $best_update) $t else $best_update" | bc)
+    rm -rf "$app"
+done
+
+best_peer=999999
+for run in $(seq "$runs"); do
+    out=$work/peer$run
+    mkdir -p "$out"
+    t0=$(now)
+    curl -s -o "$work/app.zip" "http://127.0.0.1:$port/app.zip"
+    unzip -q -o "$work/app.zip" -d "$out"
+    t=$(echo "$(now) - $t0" | bc)
+    best_peer=$(echo "if ($t < $best_peer) $t else $best_peer" | bc)
+    rm -rf "$out" "$work/app.zip"
+done
+
+printf 'content: %s files, %s MB; package %s bytes; zip %s bytes\n' "$files" "$content_mb" \
+    "$package_size" "$(stat -c %s "$work/server/app.zip")"
+printf 'Update.exe install (start to application running again): %.2f s (best of %s)\n' "$best_update" "$runs"
+printf '  of which Wine start-up of one program: %.2f s\n' "$wine_start"
+printf 'curl + unzip of the same content:                         %.2f s (best of %s)\n' "$best_peer" "$runs"
+printf 'ratio Update.exe / (curl + unzip): %.2f (target <= 1.2)\n' "$(echo "$best_update / $best_peer" | bc -l)"
+printf 'Update.exe peak resident memory (Wine process, VmHWM): %.1f MB\n' "$(echo "$peak_kb / 1024" | bc -l)"

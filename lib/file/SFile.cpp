@@ -1,0 +1,518 @@
+#include "SFile.h"
+
+#include <limits.h>
+#include <stdint.h>
+#include <string.h>
+#include <zlib.h>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <thread>
+
+namespace {
+
+// The chunk stream: raw chunks of at most kChunk bytes, each packed into at
+// most kPacked bytes (more than zlib's bound for kChunk, so compress always
+// fits).
+const int kChunk = 100000;
+const int kPacked = 110012;
+const int kHeader = 8;   // raw length + packed length
+
+const int kCopyBlock = 1000;
+const int kFillBlock = 100;
+const int kScanBlock = 4096;
+
+void PutLE32(unsigned char* p, uint32_t v)
+{
+    p[0] = (unsigned char)v;
+    p[1] = (unsigned char)(v >> 8);
+    p[2] = (unsigned char)(v >> 16);
+    p[3] = (unsigned char)(v >> 24);
+}
+
+uint32_t GetLE32(const unsigned char* p)
+{
+    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) | ((uint32_t)p[3] << 24);
+}
+
+int ClampToInt(int64_t v)
+{
+    return v > INT_MAX ? INT_MAX : v < INT_MIN ? INT_MIN : (int)v;
+}
+
+// Counts the bytes from the current position up to the first one for which
+// stop() is true (or to the end), without moving. Returns that count; *found
+// tells whether such a byte was seen. Memory files are scanned in place.
+template <class Stop>
+int ScanAhead(SFile& file, Stop stop, bool* found)
+{
+    *found = false;
+    int start = file.Tell();
+    if (file.IsMemory()) {
+        const unsigned char* base = file.GetMemory();
+        int size = file.Size();
+        if (!base || start >= size)
+            return 0;
+        for (int i = start; i < size; i++) {
+            if (stop(base[i])) {
+                *found = true;
+                return i - start;
+            }
+        }
+        return size - start;
+    }
+    unsigned char block[kScanBlock];
+    int64_t length = 0;
+    for (;;) {
+        int n = file.Read(block, kScanBlock);
+        if (n <= 0)
+            break;
+        int i = 0;
+        while (i < n && !stop(block[i]))
+            i++;
+        length += i;
+        if (i < n) {
+            *found = true;
+            break;
+        }
+    }
+    file.Seek(start);
+    return ClampToInt(length);
+}
+
+// Reads length bytes into a string sized once (strings grow in small steps, so
+// appending block by block would copy a long text again and again).
+SString ReadInto(SFile& file, int length)
+{
+    SString text;
+    if (length <= 0 || !text.SetLength(length, false))
+        return text;
+    int done = 0;
+    while (done < length) {
+        int n = file.Read(text.GetBuffer() + done, length - done);
+        if (n <= 0)
+            break;
+        done += n;
+    }
+    text.SetLength(done, true);
+    return text;
+}
+
+// The buffers of one chunk on its way through Compress. input points at raw or,
+// for a memory-backed source, straight into the source's bytes.
+struct _SChunk {
+    unsigned char* raw = nullptr;      // owned; kChunk bytes
+    unsigned char* packed = nullptr;   // owned; header + kPacked bytes
+    const unsigned char* input = nullptr;
+    int rawLength = 0;
+    int packedLength = 0;   // header included
+
+    ~_SChunk()
+    {
+        delete[] raw;
+        delete[] packed;
+    }
+    bool Allocate(bool needRaw)
+    {
+        // Zeroed, so a failing compress never sends uninitialised bytes.
+        packed = new (std::nothrow) unsigned char[kHeader + kPacked]();
+        if (needRaw)
+            raw = new (std::nothrow) unsigned char[kChunk]();
+        return packed && (raw || !needRaw);
+    }
+    void Pack()
+    {
+        uLongf length = kPacked;
+        // The result code is not examined: compress sets length to what it
+        // wrote, and the buffer is large enough for any chunk.
+        compress(packed + kHeader, &length, input, (uLong)rawLength);
+        PutLE32(packed, (uint32_t)rawLength);
+        PutLE32(packed + 4, (uint32_t)length);
+        packedLength = kHeader + (int)length;
+    }
+};
+
+// One helper thread that packs a chunk while the caller packs the next one.
+// The caller alone reads the source, writes the destination and reports
+// progress, so the output and the callbacks come in the same order as with
+// one thread.
+class _SPackThread {
+public:
+    ~_SPackThread()
+    {
+        if (!m_thread.joinable())
+            return;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_quit = true;
+        }
+        m_wake.notify_one();
+        m_thread.join();
+    }
+    // False when no thread can be started; the caller then packs alone.
+    bool Start()
+    {
+        try {
+            m_thread = std::thread(&_SPackThread::Run, this);
+        } catch (...) {
+            return false;
+        }
+        return true;
+    }
+    void Post(_SChunk* chunk)
+    {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_job = chunk;
+        }
+        m_wake.notify_one();
+    }
+    void Wait()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_done.wait(lock, [this] { return m_job == nullptr; });
+    }
+
+private:
+    void Run()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        for (;;) {
+            m_wake.wait(lock, [this] { return m_job != nullptr || m_quit; });
+            if (!m_job)
+                return;
+            _SChunk* job = m_job;
+            lock.unlock();
+            job->Pack();
+            lock.lock();
+            m_job = nullptr;
+            m_done.notify_one();
+        }
+    }
+
+    std::thread m_thread;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::condition_variable m_done;
+    _SChunk* m_job = nullptr;   // not owned; the chunk being packed
+    bool m_quit = false;
+};
+
+}   // namespace
+
+SFile::SFile() = default;
+
+SFile::~SFile() = default;
+
+int SFile::WriteString(const char* text, int length)
+{
+    if (!text)
+        return 0;
+    if (length < 0)
+        length = ClampToInt((int64_t)strlen(text));
+    return Write(text, length);
+}
+
+int SFile::WriteString0(const char* text)
+{
+    if (!text)
+        text = "";
+    return Write(text, ClampToInt((int64_t)strlen(text) + 1));
+}
+
+int SFile::WriteLine(const char* text)
+{
+    int written = 0;
+    if (text && *text)
+        written = WriteString(text);
+    return written + Write("\r\n", 2);
+}
+
+SString SFile::ReadText(int length)
+{
+    int remaining = Remaining();
+    if (length < 0 || length > remaining)
+        length = remaining;
+    return ReadInto(*this, length);
+}
+
+bool SFile::ReadLine(SString& line, bool trim)
+{
+    bool found;
+    int start = Tell();
+    int length = ScanAhead(
+        *this, [](unsigned char c) { return c == '\r' || c == '\n'; }, &found);
+    line = ReadInto(*this, length);
+    if (found) {
+        unsigned char end[2] = {0, 0};
+        int n = Read(end, 2);
+        // "\r\n" is one break; a lone "\r" or "\n" is a break of its own.
+        int used = (n == 2 && end[0] == '\r' && end[1] == '\n') ? 2 : 1;
+        Seek(ClampToInt((int64_t)start + length + used));
+    }
+    if (trim)
+        line.Trim();
+    return found;
+}
+
+bool SFile::ReadLineWithEnd(SString& line)
+{
+    bool ended = ReadLine(line, false);
+    if (ended)
+        line.Append("\r\n", 2);
+    return ended;
+}
+
+SString SFile::ReadString(bool keep)
+{
+    bool found;
+    int length = ScanAhead(
+        *this, [](unsigned char c) { return c == 0; }, &found);
+    SString text;
+    if (keep)
+        text = ReadInto(*this, length);
+    else
+        Skip(length);
+    if (found)
+        Skip(1);
+    return text;
+}
+
+int SFile::Remaining()
+{
+    return ClampToInt((int64_t)Size() - Tell());
+}
+
+bool SFile::IsEnd()
+{
+    return !IsOpen() || Tell() >= Size();
+}
+
+int SFile::Skip(int count)
+{
+    return Seek(ClampToInt((int64_t)Tell() + count));
+}
+
+int SFile::Rewind()
+{
+    return Seek(0);
+}
+
+// Knuth-Morris-Pratt over blocks read from the file, so the cost stays linear
+// even for patterns like "aaa...ab". The first full match is the first
+// candidate; failing that, the state at the end is the longest tail of the
+// data that begins the pattern, which is the first candidate that runs into
+// the end.
+int SFile::Find(const void* pattern, int length)
+{
+    if (!pattern || length < 1)
+        return -1;
+    int start = Tell();
+    if (start >= Size())
+        return -1;
+    const unsigned char* p = (const unsigned char*)pattern;
+    std::unique_ptr<int[]> fail(new (std::nothrow) int[length]);
+    if (!fail)
+        return -1;
+    fail[0] = 0;
+    for (int i = 1, k = 0; i < length; i++) {
+        while (k > 0 && p[i] != p[k])
+            k = fail[k - 1];
+        if (p[i] == p[k])
+            k++;
+        fail[i] = k;
+    }
+    unsigned char block[kScanBlock];
+    int64_t position = start;
+    int matched = 0;
+    for (;;) {
+        int n = Read(block, kScanBlock);
+        if (n <= 0)
+            break;
+        for (int i = 0; i < n; i++) {
+            while (matched > 0 && block[i] != p[matched])
+                matched = fail[matched - 1];
+            if (block[i] == p[matched])
+                matched++;
+            if (matched == length) {
+                int candidate = ClampToInt(position + i + 1 - length);
+                Seek(ClampToInt((int64_t)candidate + length));
+                return candidate;
+            }
+        }
+        position += n;
+    }
+    if (matched == 0) {
+        Seek(start);
+        return -1;
+    }
+    int candidate = ClampToInt(position - matched);
+    Seek(ClampToInt((int64_t)candidate + length));
+    return candidate;
+}
+
+int SFile::Copy(SFile* source, int count)
+{
+    if (!source || source == this)
+        return 0;
+    int remaining = source->Remaining();
+    if (count < 0 || count > remaining)
+        count = remaining;
+    if (count <= 0)
+        return 0;
+    int total = 0;
+    unsigned char block[kCopyBlock];
+    while (total < count) {
+        int n = count - total < kCopyBlock ? count - total : kCopyBlock;
+        int written;
+        if (source->IsMemory() && source->GetMemory()) {
+            written = Write(source->GetMemory() + source->Tell(), n);
+            source->Skip(written);
+        } else {
+            int read = source->Read(block, n);
+            written = read > 0 ? Write(block, read) : 0;
+        }
+        total += written;
+        if (written != n)
+            break;
+    }
+    return total;
+}
+
+int SFile::Fill(unsigned char byte, int count)
+{
+    unsigned char block[kFillBlock];
+    memset(block, byte, sizeof(block));
+    int total = 0;
+    while (total < count) {
+        int n = count - total < kFillBlock ? count - total : kFillBlock;
+        // A short block still counts whole, deliberately: the result tells
+        // how far the fill got in blocks.
+        total += n;
+        if (Write(block, n) != n)
+            break;
+    }
+    return total;
+}
+
+int SFile::Compress(SFile* destination, int count, int value)
+{
+    if (!destination || destination == this)
+        return 0;
+    int remaining = Remaining();
+    if (count < 0 || count > remaining)
+        count = remaining;
+    if (count <= 0)
+        return 0;
+
+    const int chunks = count / kChunk + (count % kChunk ? 1 : 0);
+    const bool inPlace = IsMemory() && GetMemory();
+    _SChunk slots[2];
+    int slotCount = chunks > 1 ? 2 : 1;
+    for (int i = 0; i < slotCount; i++) {
+        if (!slots[i].Allocate(!inPlace))
+            return 0;
+    }
+    _SPackThread helper;
+    if (slotCount == 2 && !helper.Start())
+        slotCount = 1;
+
+    const int start = Tell();
+    unsigned char header[4];
+    PutLE32(header, (uint32_t)chunks);
+    int written = destination->Write(header, 4);
+
+    for (int first = 0; first < chunks; first += slotCount) {
+        int group = chunks - first < slotCount ? chunks - first : slotCount;
+        for (int j = 0; j < group; j++) {
+            _SChunk& slot = slots[j];
+            int done = (first + j) * kChunk;
+            slot.rawLength = count - done < kChunk ? count - done : kChunk;
+            if (inPlace) {
+                slot.input = GetMemory() + Tell();
+                Skip(slot.rawLength);
+            } else {
+                int n = Read(slot.raw, slot.rawLength);
+                if (n < 0)
+                    n = 0;
+                // A source that comes up short sends zeros for what it lacks.
+                memset(slot.raw + n, 0, (size_t)(slot.rawLength - n));
+                slot.input = slot.raw;
+            }
+            // The first chunk of a pair goes to the helper; the caller packs
+            // the second while the helper works.
+            if (group == 2 && j == 0)
+                helper.Post(&slot);
+        }
+        slots[group - 1].Pack();
+        if (group == 2)
+            helper.Wait();
+
+        for (int j = 0; j < group; j++) {
+            int64_t done = (int64_t)(first + j) * kChunk;
+            if (m_compressProgress && !m_compressProgress((int)(done * 1000 / count), value)) {
+                // Leave the source where one chunk at a time would have.
+                Seek(ClampToInt(start + done));
+                return 0;
+            }
+            written += destination->Write(slots[j].packed, slots[j].packedLength);
+        }
+    }
+    return written;
+}
+
+int SFile::Uncompress(SFile* destination, int value)
+{
+    if (!destination || destination == this)
+        return 0;
+    unsigned char header[kHeader];
+    if (Read(header, 4) != 4)
+        return 0;
+    const uint32_t chunks = GetLE32(header);
+
+    // Zeroed, so a chunk zlib rejects is written as zeros, never as
+    // uninitialised memory.
+    std::unique_ptr<unsigned char[]> output(new (std::nothrow) unsigned char[kChunk]());
+    if (!output)
+        return 0;
+    std::unique_ptr<unsigned char[]> input;   // only for sources read by copy
+
+    int written = 0;
+    // Every pass consumes a header of 8 bytes or ends the loop, so a huge
+    // chunk count on short data cannot spin.
+    for (uint32_t i = 0; i < chunks; i++) {
+        if (m_uncompressProgress &&
+            !m_uncompressProgress((int)((uint64_t)i * 1000 / chunks), value))
+            return 0;
+        if (Read(header, kHeader) != kHeader)
+            break;
+        uint32_t rawLength = GetLE32(header);
+        uint32_t packedLength = GetLE32(header + 4);
+        if (rawLength > (uint32_t)kChunk || packedLength > (uint32_t)kPacked)
+            break;
+        const unsigned char* packed;
+        if (IsMemory() && GetMemory()) {
+            if (Remaining() < (int)packedLength)
+                break;
+            packed = GetMemory() + Tell();
+            Skip((int)packedLength);
+        } else {
+            if (!input) {
+                input.reset(new (std::nothrow) unsigned char[kPacked]);
+                if (!input)
+                    break;
+            }
+            if (Read(input.get(), (int)packedLength) != (int)packedLength)
+                break;
+            packed = input.get();
+        }
+        uLongf length = rawLength;
+        // The result is not examined: the chunk is written at its raw length
+        // whatever zlib managed to produce.
+        uncompress(output.get(), &length, packed, packedLength);
+        written += destination->Write(output.get(), (int)rawLength);
+    }
+    return written;
+}

@@ -1,0 +1,266 @@
+#include "SResource.h"
+
+#include <limits.h>
+#include <stdlib.h>
+#include <string.h>
+#include <zlib.h>
+
+#include "SFilePath.h"
+
+namespace {
+
+const int kChunk = 100000;
+const int kChunkHeader = 8;
+
+// The object whose Write or ExtractAll runs on this thread, for the chunk
+// progress callback (which carries only a 32-bit value).
+thread_local SResource* t_current = nullptr;
+
+struct _SCurrent {
+    explicit _SCurrent(SResource* resource) : previous(t_current) { t_current = resource; }
+    ~_SCurrent() { t_current = previous; }
+    SResource* previous;
+};
+
+void PutLE32(unsigned char* p, uint32_t v)
+{
+    p[0] = (unsigned char)v;
+    p[1] = (unsigned char)(v >> 8);
+    p[2] = (unsigned char)(v >> 16);
+    p[3] = (unsigned char)(v >> 24);
+}
+
+// The most bytes an entry's data can take: the file itself, or its chunk
+// stream with every chunk at zlib's bound.
+int64_t DataBound(uint32_t size, bool compress)
+{
+    if (!compress || size == 0)
+        return size;
+    int64_t chunks = ((int64_t)size + kChunk - 1) / kChunk;
+    return 4 + chunks * (kChunkHeader + (int64_t)compressBound(kChunk));
+}
+
+} // namespace
+
+SResource::SResource() = default;
+
+SResource::~SResource() = default;
+
+void SResource::Reset()
+{
+    m_path.Set(nullptr);
+    m_compressed = false;
+    m_index.Reset();
+}
+
+bool SResource::SetFolder(const char* folder)
+{
+    Reset();
+    return m_path.SetFolder(folder) != SPATH_INVALID;
+}
+
+bool SResource::IsWriter() const
+{
+    return m_path.IsValid() && !m_path.HasName();
+}
+
+bool SResource::Add(const char* name, void* value)
+{
+    if (!IsWriter() || !name || !*name || m_index.Find(name) >= 0)
+        return false;
+    return m_index.Append(name, value, -1, 0) >= 0;
+}
+
+void SResource::SetProgress(SResourceProgress progress, int value)
+{
+    m_progress = progress;
+    m_progressValue = value;
+}
+
+bool SResource::Report(int done, int fraction, int count)
+{
+    if (!m_progress || m_stopped || count <= 0)
+        return !m_stopped;
+    int thousandths = (int)(((int64_t)done * 1000 + fraction) / count);
+    if (!m_progress(thousandths, m_progressValue))
+        m_stopped = true;
+    return !m_stopped;
+}
+
+bool SResource::ChunkProgress(int thousandths, int value)
+{
+    (void)value;
+    SResource* self = t_current;
+    return !self || self->Report(self->m_entryDone, thousandths, self->m_entryCount);
+}
+
+bool SResource::Write(SFile* destination, bool compress)
+{
+    if (!destination || !IsWriter())
+        return false;
+    _SCurrent current(this);
+    m_stopped = false;
+    unsigned char mode[4] = {(unsigned char)(compress ? 1 : 0), 0, 0, 0};
+    if (destination->WriteString("SRES", 4) != 4 || destination->Write(mode, 4) != 4)
+        return false;
+
+    const SString root = m_path.Full();
+    const int count = m_index.GetCount();
+    m_entryCount = count;
+    for (int i = 0; i < count; i++) {
+        m_entryDone = i;
+        if (!Report(i, 0, count))
+            return false;
+        const char* name = m_index.GetName(i);
+        SString path = root + name;
+        // 0xFFFFFFFF is a file that cannot be measured; from 2 GB on a size
+        // no longer fits the archive's signed positions. Both are left out.
+        uint32_t size = m_disk.FileSizeByStream(path.Text());
+        if (size >= 0x80000000u)
+            continue;
+        // Every position in the archive must stay addressable, the end marker
+        // included, or the length back-patch would land in the wrong place.
+        int64_t start = destination->Tell();
+        int64_t nameBytes = (int64_t)strlen(name) + 1;
+        if (start + 4 + nameBytes + DataBound(size, compress) + 4 > INT_MAX)
+            return false;
+        SFilePath source;
+        if (!source.Open(path.Text(), false, false, true, true))
+            return false;
+
+        unsigned char length[4];
+        PutLE32(length, size);
+        if (destination->Write(length, 4) != 4 ||
+            destination->WriteString0(name) != (int)nameBytes)
+            return false;
+        if (!compress) {
+            // A file that changed size since it was measured would no longer
+            // match its length field.
+            if (destination->Copy(&source) != (int)size || source.Remaining() != 0)
+                return false;
+            continue;
+        }
+        if (m_progress)
+            source.SetCompressProgress(ChunkProgress);
+        int dataStart = destination->Tell();
+        int written = source.Compress(destination, -1, i);
+        if (m_stopped)
+            return false;
+        int end = destination->Tell();
+        if (end - dataStart != written)
+            return false;
+        // The length field held the raw size; it gets the stream's size.
+        PutLE32(length, (uint32_t)written);
+        if (destination->Seek((int)start) != (int)start || destination->Write(length, 4) != 4 ||
+            destination->Seek(end) != end)
+            return false;
+    }
+    unsigned char marker[4];
+    PutLE32(marker, SResourceIndex::kEndMarker);
+    return destination->Write(marker, 4) == 4;
+}
+
+bool SResource::Open(const char* path, int startOffset)
+{
+    Reset();
+    if (!path || m_path.Set(path) == SPATH_INVALID || !m_path.HasName()) {
+        Reset();
+        return false;
+    }
+    SFilePath file;
+    if (!file.Open(m_path.Full().Text(), false, false, true, true)) {
+        Reset();
+        return false;
+    }
+    if (startOffset > 0)
+        file.Seek(startOffset);
+    // The file is closed on return; Extract opens it again.
+    return m_index.Read(file, &m_compressed);
+}
+
+bool SResource::Extract(SFile* destination, const char* name, bool rewind)
+{
+    if (!destination || !m_path.IsValid())
+        return false;
+    int index = m_index.Find(name);
+    if (index < 0)
+        return false;
+    return ExtractEntry(destination, index, rewind);
+}
+
+bool SResource::ExtractEntry(SFile* destination, int index, bool rewind)
+{
+    SFilePath source;
+    if (IsWriter()) {
+        SString path = m_path.Full() + m_index.GetName(index);
+        if (!source.Open(path.Text(), false, false, true, true))
+            return false;
+        destination->Copy(&source);
+    } else {
+        if (!source.Open(m_path.Full().Text(), false, false, true, true))
+            return false;
+        source.Seek(m_index.GetOffset(index));
+        if (m_compressed) {
+            if (m_progress)
+                source.SetUncompressProgress(ChunkProgress);
+            // The stated length is not consulted: the chunk stream ends
+            // itself, or at the first header beyond the buffers.
+            source.Uncompress(destination, index);
+            if (m_stopped)
+                return false;
+        } else {
+            uint32_t length = m_index.GetLength(index);
+            destination->Copy(&source, length > (uint32_t)INT_MAX ? -1 : (int)length);
+        }
+    }
+    if (rewind)
+        destination->Rewind();
+    return true;
+}
+
+bool SResource::ExtractAll(const char* folder, SStringArray* failures)
+{
+    if (!m_path.IsValid() || !folder || !*folder)
+        return false;
+    SPath target;
+    if (target.SetFolder(folder) == SPATH_INVALID)
+        return false;
+    const SString root = target.Full();
+    if (!m_disk.CreateFolder(root.Text(), true))
+        return false;
+
+    _SCurrent current(this);
+    m_stopped = false;
+    const int count = m_index.GetCount();
+    m_entryCount = count;
+    // Entries of one folder usually follow each other: a parent checked once
+    // is not asked about again.
+    SString knownParent;
+    for (int i = 0; i < count; i++) {
+        m_entryDone = i;
+        if (!Report(i, 0, count))
+            return false;
+        const char* name = m_index.GetName(i);
+        SString path = root + name;
+        SString parent;
+        if (target.Set(path.Text()) != SPATH_INVALID)
+            parent = target.Parent();
+        if (parent.IsEmpty() ||
+            (parent != knownParent && !m_disk.IsFolder(parent.Text()) &&
+             !m_disk.CreateFolder(parent.Text(), true))) {
+            if (failures)
+                failures->Add(path.Text());
+            continue;
+        }
+        knownParent = parent;
+        SFilePath file;
+        bool done = file.Open(path.Text(), true, true, true, false) &&
+                    ExtractEntry(&file, m_index.Find(name), true);
+        file.Close();
+        if (m_stopped)
+            return false;
+        if (!done && failures)
+            failures->Add(path.Text());
+    }
+    return true;
+}

@@ -1,0 +1,286 @@
+// Helpers for whole-program tests: unique temporary folders, files, child
+// processes with their own temporary folder, and the windows they show.
+#pragma once
+
+#include <windows.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <string>
+#include <vector>
+
+namespace e2e {
+
+inline std::string BinDir()
+{
+    std::string dir = VX_BIN_DIR;
+    for (char& c : dir) {
+        if (c == '/')
+            c = '\\';
+    }
+    if (dir.back() != '\\')
+        dir += '\\';
+    return dir;
+}
+
+inline std::string Env(const char* name)
+{
+    const char* value = getenv(name);
+    return value ? value : "";
+}
+
+// A fresh folder below the system temporary folder, removed with its content
+// when the object goes away. Path() ends in a backslash.
+class TempDir {
+public:
+    explicit TempDir(const char* prefix = "vx e2e ")
+    {
+        char base[MAX_PATH];
+        GetTempPathA(MAX_PATH, base);
+        static int counter = 0;
+        char name[MAX_PATH * 2];
+        snprintf(name, sizeof(name), "%s%s%lu-%d-%lu\\", base, prefix, GetCurrentProcessId(),
+                 ++counter, GetTickCount());
+        m_path = name;
+        CreateDirectoryA(m_path.c_str(), nullptr);
+    }
+    ~TempDir() { RemoveTree(m_path); }
+    const std::string& Path() const { return m_path; }
+    std::string operator/(const char* name) const { return m_path + name; }
+
+    static void RemoveTree(const std::string& folder)
+    {
+        WIN32_FIND_DATAA found;
+        HANDLE find = FindFirstFileA((folder + "*").c_str(), &found);
+        if (find != INVALID_HANDLE_VALUE) {
+            do {
+                std::string name = found.cFileName;
+                if (name == "." || name == "..")
+                    continue;
+                std::string path = folder + name;
+                if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+                    RemoveTree(path + "\\");
+                } else {
+                    SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+                    DeleteFileA(path.c_str());
+                }
+            } while (FindNextFileA(find, &found));
+            FindClose(find);
+        }
+        RemoveDirectoryA(folder.c_str());
+    }
+
+private:
+    std::string m_path;
+};
+
+inline bool WriteFileText(const std::string& path, const std::string& bytes)
+{
+    FILE* file = fopen(path.c_str(), "wb");
+    if (!file)
+        return false;
+    size_t written = fwrite(bytes.data(), 1, bytes.size(), file);
+    fclose(file);
+    return written == bytes.size();
+}
+
+inline std::string ReadFileText(const std::string& path)
+{
+    std::string bytes;
+    FILE* file = fopen(path.c_str(), "rb");
+    if (!file)
+        return bytes;
+    char buffer[65536];
+    size_t read;
+    while ((read = fread(buffer, 1, sizeof(buffer), file)) > 0)
+        bytes.append(buffer, read);
+    fclose(file);
+    return bytes;
+}
+
+inline bool FileExists(const std::string& path)
+{
+    DWORD attributes = GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
+inline int CountFiles(const std::string& folder)
+{
+    int count = 0;
+    WIN32_FIND_DATAA found;
+    HANDLE find = FindFirstFileA((folder + "*").c_str(), &found);
+    if (find == INVALID_HANDLE_VALUE)
+        return 0;
+    do {
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+            count++;
+    } while (FindNextFileA(find, &found));
+    FindClose(find);
+    return count;
+}
+
+// A started program. Its TEMP and TMP point to tempFolder when one is given,
+// so what it leaves in its temporary folder can be checked.
+class Process {
+public:
+    Process() { memset(&m_info, 0, sizeof(m_info)); }
+    ~Process()
+    {
+        if (m_info.hProcess) {
+            if (WaitForSingleObject(m_info.hProcess, 0) == WAIT_TIMEOUT)
+                TerminateProcess(m_info.hProcess, 1);
+            CloseHandle(m_info.hProcess);
+            CloseHandle(m_info.hThread);
+        }
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    bool Start(const std::string& exe, const std::string& arguments,
+               const std::string& tempFolder = "")
+    {
+        std::string line = "\"" + exe + "\"" + (arguments.empty() ? "" : " " + arguments);
+        std::vector<char> environment;
+        if (!tempFolder.empty()) {
+            std::string dir = tempFolder;
+            if (dir.size() > 3 && dir.back() == '\\')
+                dir.pop_back();
+            char* block = GetEnvironmentStringsA();
+            for (const char* p = block; *p; p += strlen(p) + 1) {
+                if (!_strnicmp(p, "TEMP=", 5) || !_strnicmp(p, "TMP=", 4))
+                    continue;
+                environment.insert(environment.end(), p, p + strlen(p) + 1);
+            }
+            FreeEnvironmentStringsA(block);
+            for (const char* name : {"TEMP=", "TMP="}) {
+                std::string entry = name + dir;
+                environment.insert(environment.end(), entry.begin(), entry.end());
+                environment.push_back('\0');
+            }
+            environment.push_back('\0');
+        }
+        STARTUPINFOA startup;
+        memset(&startup, 0, sizeof(startup));
+        startup.cb = sizeof(startup);
+        m_startTick = GetTickCount();
+        return CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, FALSE, 0,
+                              environment.empty() ? nullptr : environment.data(), nullptr,
+                              &startup, &m_info) != FALSE;
+    }
+
+    // True when the program ended within timeoutMs.
+    bool Wait(DWORD timeoutMs)
+    {
+        return m_info.hProcess && WaitForSingleObject(m_info.hProcess, timeoutMs) == WAIT_OBJECT_0;
+    }
+    bool IsRunning() const
+    {
+        return m_info.hProcess && WaitForSingleObject(m_info.hProcess, 0) == WAIT_TIMEOUT;
+    }
+    DWORD ExitCode() const
+    {
+        DWORD code = 0xDEAD;
+        GetExitCodeProcess(m_info.hProcess, &code);
+        return code;
+    }
+    DWORD Id() const { return m_info.dwProcessId; }
+    DWORD StartTick() const { return m_startTick; }
+
+private:
+    PROCESS_INFORMATION m_info;
+    DWORD m_startTick = 0;
+};
+
+inline std::string WindowText(HWND window)
+{
+    char text[1024] = "";
+    // WM_GETTEXT is marshalled across processes; GetWindowTextA is not for
+    // another process's controls.
+    SendMessageTimeoutA(window, WM_GETTEXT, sizeof(text), (LPARAM)text, SMTO_ABORTIFHUNG, 2000,
+                        nullptr);
+    return text;
+}
+
+struct WindowSearch {
+    DWORD processId;
+    const char* title;      // exact title, or null for any
+    const char* className;  // exact class, or null for any
+    bool visibleOnly;
+    HWND found;
+};
+
+inline BOOL CALLBACK FindWindowStep(HWND window, LPARAM data)
+{
+    WindowSearch* search = (WindowSearch*)data;
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
+    if (owner != search->processId)
+        return TRUE;
+    if (search->visibleOnly && !IsWindowVisible(window))
+        return TRUE;
+    char text[256] = "";
+    GetWindowTextA(window, text, sizeof(text));
+    if (search->title && strcmp(text, search->title) != 0)
+        return TRUE;
+    char className[256] = "";
+    GetClassNameA(window, className, sizeof(className));
+    if (search->className && strcmp(className, search->className) != 0)
+        return TRUE;
+    search->found = window;
+    return FALSE;
+}
+
+// A top-level window of the process with that title (and class), or null.
+inline HWND FindProcessWindow(DWORD processId, const char* title, const char* className = nullptr,
+                              bool visibleOnly = true)
+{
+    WindowSearch search = {processId, title, className, visibleOnly, nullptr};
+    EnumWindows(FindWindowStep, (LPARAM)&search);
+    return search.found;
+}
+
+// Polls for the window for at most timeoutMs.
+inline HWND WaitForProcessWindow(DWORD processId, const char* title, DWORD timeoutMs,
+                                 const char* className = nullptr)
+{
+    DWORD start = GetTickCount();
+    do {
+        HWND window = FindProcessWindow(processId, title, className);
+        if (window)
+            return window;
+        Sleep(50);
+    } while (GetTickCount() - start < timeoutMs);
+    return nullptr;
+}
+
+inline BOOL CALLBACK CollectChild(HWND window, LPARAM data)
+{
+    ((std::vector<HWND>*)data)->push_back(window);
+    return TRUE;
+}
+
+inline std::vector<std::string> ChildTexts(HWND parent)
+{
+    std::vector<HWND> children;
+    EnumChildWindows(parent, CollectChild, (LPARAM)&children);
+    std::vector<std::string> texts;
+    for (HWND child : children)
+        texts.push_back(WindowText(child));
+    return texts;
+}
+
+// Waits until a file holds text, for at most timeoutMs.
+inline bool WaitForFileText(const std::string& path, const std::string& text, DWORD timeoutMs)
+{
+    DWORD start = GetTickCount();
+    do {
+        if (ReadFileText(path).find(text) != std::string::npos)
+            return true;
+        Sleep(50);
+    } while (GetTickCount() - start < timeoutMs);
+    return false;
+}
+
+}  // namespace e2e

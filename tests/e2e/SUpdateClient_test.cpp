@@ -1,0 +1,61 @@
+// The client helper against the tool's own argument reader: whatever the
+// helper writes must come back as the four arguments, exactly.
+#include <gtest/gtest.h>
+
+#include "UpdateClient/SUpdateClient.h"
+#include "wnd/SWndApp.h"
+
+namespace {
+
+TEST(SUpdateClient, CommandLineReadsBackAsTheFourArguments)
+{
+    struct Case {
+        const char* folder;
+        const char* exe;
+    } cases[] = {
+        {"C:\\Program Files\\My App\\", "C:\\Program Files\\My App\\app.exe"},
+        {"C:\\app", "C:\\app\\app.exe"},
+        {"\\\\server\\share\\app\\", "\\\\server\\share\\app\\app.exe"},
+        {"D:\\", "D:\\a b.exe"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.folder);
+        std::string line;
+        ASSERT_TRUE(SUpdateClient::BuildCommandLine("C:\\My App\\Update.exe", 4294967295ul,
+                                                    "http://127.0.0.1:8080/a b/app.bin", c.folder,
+                                                    c.exe, &line));
+        SStringArray args;
+        ASSERT_EQ(SWndApp::SplitArgs(line.c_str(), &args), 5);
+        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 0, true).Text(), "4294967295");
+        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 1, true).Text(),
+                     "http://127.0.0.1:8080/a b/app.bin");
+        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 2, true).Text(), c.folder);
+        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 3, true).Text(), c.exe);
+    }
+    std::string line;
+    EXPECT_FALSE(SUpdateClient::BuildCommandLine("u.exe", 1, "a\"b", "c", "d", &line));
+}
+
+TEST(SUpdateClient, DescriptionAndVersions)
+{
+    SUpdateDescription desc;
+    const char text[] = "2.5.0.0\r\n123456\r\n";
+    ASSERT_TRUE(SUpdateClient::ParseDescription(text, sizeof(text) - 1, &desc));
+    EXPECT_EQ(desc.version, "2.5.0.0");
+    EXPECT_EQ(desc.size, 123456ul);
+    // An empty version line is what the maker writes for an empty version.
+    ASSERT_TRUE(SUpdateClient::ParseDescription("\r\n7\r\n", 5, &desc));
+    EXPECT_EQ(desc.version, "");
+    EXPECT_EQ(desc.size, 7ul);
+    EXPECT_FALSE(SUpdateClient::ParseDescription("1.0\r\n", 5, &desc));
+    EXPECT_FALSE(SUpdateClient::ParseDescription("1.0\r\n12x\r\n", 10, &desc));
+
+    EXPECT_EQ(SUpdateClient::CompareVersions("1.10.0.0", "1.9.0.0"), 1);
+    EXPECT_EQ(SUpdateClient::CompareVersions("1.0", "1.0.0.0"), 0);
+    EXPECT_EQ(SUpdateClient::CompareVersions("1.0.0.0", "1.0.0.1"), -1);
+    EXPECT_EQ(SUpdateClient::CompareVersions("2", "10"), -1);
+    EXPECT_EQ(SUpdateClient::PackageUrlFor("http://h/p/release.upd"), "http://h/p/release.bin");
+    EXPECT_EQ(SUpdateClient::PackageUrlFor("http://h/v1.2/release"), "http://h/v1.2/release.bin");
+}
+
+}  // namespace

@@ -1,0 +1,176 @@
+// Update.exe in install mode as a whole program: a real application process
+// that holds its executable, packages served by nginx and the fault server on
+// 127.0.0.1, and the "Update" dialog read back from the live window.
+#include <gtest/gtest.h>
+
+#include "E2eSupport.h"
+#include "file/SFilePath.h"
+#include "file/SResource.h"
+
+using namespace e2e;
+
+namespace {
+
+const char* kPayloadText = "payload of version two\r\n";
+
+class UpdateInstall : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_FALSE(Env("VX_HTTP_ROOT").empty()) << "run through with_servers.sh";
+        m_served = Env("VX_HTTP_ROOT");
+        // The application's folder has a space in its name, and the
+        // destination is passed quoted with its trailing backslash.
+        m_appDir = m_root / "my app\\";
+        m_tempDir = m_root / "temp\\";
+        CreateDirectoryA(m_appDir.c_str(), nullptr);
+        CreateDirectoryA(m_tempDir.c_str(), nullptr);
+        ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp1.exe").c_str(), AppExe().c_str(), FALSE));
+        ASSERT_TRUE(CopyFileA((BinDir() + "Update.exe").c_str(), (m_appDir + "Update.exe").c_str(),
+                              FALSE));
+        // The restarted application logs its start and ends at once.
+        ASSERT_TRUE(WriteFileText(m_appDir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n"));
+    }
+
+    std::string AppExe() const { return m_appDir + "SampleApp.exe"; }
+    std::string Log() const { return ReadFileText(m_appDir + "SampleApp.log"); }
+
+    // Packs version 2 of the application with a data folder into the served
+    // folder; returns the package size.
+    unsigned long ServePackage(const char* name)
+    {
+        std::string source = m_root / "source\\";
+        CreateDirectoryA(source.c_str(), nullptr);
+        CreateDirectoryA((source + "data").c_str(), nullptr);
+        EXPECT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
+                              (source + "SampleApp.exe").c_str(), FALSE));
+        EXPECT_TRUE(WriteFileText(source + "data\\readme.txt", kPayloadText));
+        EXPECT_TRUE(WriteFileText(source + "data\\empty.dat", ""));
+        SResource writer;
+        writer.SetFolder(source.c_str());
+        writer.Add("SampleApp.exe", nullptr);
+        writer.Add("data\\readme.txt", nullptr);
+        writer.Add("data\\empty.dat", nullptr);
+        std::string package = m_served + name;
+        SFilePath out(package.c_str(), true, true, false);
+        EXPECT_TRUE(writer.Write(&out, true));
+        out.Close();
+        return (unsigned long)ReadFileText(package).size();
+    }
+
+    std::string Url(const char* server, const char* path) const
+    {
+        return "http://127.0.0.1:" + Env(server) + path;
+    }
+
+    // Starts the application (holding its executable for holdMs) and then
+    // Update.exe with the four arguments, quoted.
+    void StartInstall(Process* app, Process* updater, const std::string& size,
+                      const std::string& url, int holdMs = 1500)
+    {
+        ASSERT_TRUE(app->Start(AppExe(), "--hold " + std::to_string(holdMs)));
+        ASSERT_TRUE(updater->Start(m_appDir + "Update.exe",
+                                   "\"" + size + "\" \"" + url + "\" \"" + m_appDir + "\" \"" +
+                                       AppExe() + "\"",
+                                   m_tempDir));
+    }
+
+    // Expects the "Update" dialog to show "Failed." with an empty list, and
+    // that nothing was started; then closes it and expects exit code 0.
+    void ExpectFailedDialog(Process* updater)
+    {
+        HWND dialog = WaitForProcessWindow(updater->Id(), "Update", 20000);
+        ASSERT_NE(dialog, nullptr) << "no Update dialog";
+        std::vector<std::string> texts;
+        DWORD start = GetTickCount();
+        bool failed = false;
+        while (!failed && GetTickCount() - start < 20000) {
+            texts = ChildTexts(dialog);
+            for (const std::string& text : texts)
+                failed = failed || text == "Failed.";
+            if (!failed)
+                Sleep(100);
+        }
+        ASSERT_TRUE(failed) << "label never read \"Failed.\"";
+        for (const std::string& text : texts)
+            EXPECT_NE(text, "Updating files...");
+        HWND list = FindWindowExA(dialog, nullptr, "ListBox", nullptr);
+        if (list)
+            EXPECT_EQ(SendMessageA(list, LB_GETCOUNT, 0, 0), 0);
+        EXPECT_TRUE(updater->IsRunning()) << "the dialog must stay open on failure";
+        PostMessageA(dialog, WM_CLOSE, 0, 0);
+        ASSERT_TRUE(updater->Wait(10000));
+        EXPECT_EQ(updater->ExitCode(), 0u);
+        // Nothing was restarted and nothing was installed.
+        EXPECT_EQ(Log().find("started 2.0.0.0"), std::string::npos);
+        EXPECT_FALSE(FileExists(m_appDir + "data\\readme.txt"));
+        EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
+    }
+
+    TempDir m_root;
+    std::string m_served;
+    std::string m_appDir;
+    std::string m_tempDir;
+};
+
+TEST_F(UpdateInstall, InstallsFromNginxAndRestartsTheApplication)
+{
+    unsigned long size = ServePackage("app.bin");
+    Process app, updater;
+    StartInstall(&app, &updater, std::to_string(size), Url("VX_NGINX_PORT", "/app.bin"));
+    ASSERT_TRUE(updater.Wait(30000)) << "Update.exe did not finish";
+    EXPECT_EQ(updater.ExitCode(), 0u);
+
+    EXPECT_EQ(ReadFileText(AppExe()), ReadFileText(BinDir() + "SampleApp2.exe"));
+    EXPECT_EQ(ReadFileText(m_appDir + "data\\readme.txt"), kPayloadText);
+    EXPECT_TRUE(FileExists(m_appDir + "data\\empty.dat"));
+    EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
+    EXPECT_TRUE(WaitForFileText(m_appDir + "SampleApp.log", "started 2.0.0.0", 10000))
+        << "the new version was not started: " << Log();
+}
+
+TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
+{
+    unsigned long size = ServePackage("app.bin");
+    ASSERT_TRUE(WriteFileText(m_served + "notes.txt", "this is no package"));
+    struct Case {
+        const char* name;
+        std::string size;
+        std::string url;
+    } cases[] = {
+        {"size mismatch", std::to_string(size + 1), Url("VX_NGINX_PORT", "/app.bin")},
+        {"not an archive", "18", Url("VX_NGINX_PORT", "/notes.txt")},
+        {"server error", std::to_string(size), Url("VX_FAULT_PORT", "/status/500")},
+        {"missing file", std::to_string(size), Url("VX_NGINX_PORT", "/missing.bin")},
+        {"body cut short", std::to_string(size), Url("VX_FAULT_PORT", "/short/app.bin")},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Process app, updater;
+        StartInstall(&app, &updater, c.size, c.url, 500);
+        ExpectFailedDialog(&updater);
+    }
+}
+
+TEST_F(UpdateInstall, GivesUpSilentlyWhenTheApplicationKeepsRunning)
+{
+    unsigned long size = ServePackage("app.bin");
+    Process app, updater;
+    StartInstall(&app, &updater, std::to_string(size), Url("VX_NGINX_PORT", "/app.bin"), 20000);
+    bool windowSeen = false;
+    while (updater.IsRunning() && GetTickCount() - updater.StartTick() < 15000) {
+        windowSeen = windowSeen || FindProcessWindow(updater.Id(), nullptr) != nullptr;
+        Sleep(100);
+    }
+    DWORD elapsed = GetTickCount() - updater.StartTick();
+    ASSERT_TRUE(updater.Wait(0)) << "Update.exe still running after 15 s";
+    EXPECT_EQ(updater.ExitCode(), 0u);
+    EXPECT_GE(elapsed, 10000u);
+    // 10.5 s of waiting plus the program's own start under Wine.
+    EXPECT_LE(elapsed, 11500u);
+    EXPECT_FALSE(windowSeen);
+    EXPECT_TRUE(app.IsRunning());
+    EXPECT_NE(ReadFileText(AppExe()), ReadFileText(BinDir() + "SampleApp2.exe"));
+}
+
+}  // namespace

@@ -1,0 +1,220 @@
+// Update.exe in make mode as a whole program, driven through its real
+// windows: typed texts, a folder dropped with a real WM_DROPFILES, the "Make"
+// button, the Save As dialog and the "Error" message boxes.
+#include <gtest/gtest.h>
+#include <shlobj.h>
+
+#include "E2eSupport.h"
+#include "core/SStringArray.h"
+#include "file/SResource.h"
+
+using namespace e2e;
+
+namespace {
+
+const int ID_EDIT_FOLDER = 3;
+const int ID_BTN_MAKE = 1;
+const int ID_EDIT_VERSION = 7;
+
+class UpdateMake : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        m_tempDir = m_root / "temp\\";
+        CreateDirectoryA(m_tempDir.c_str(), nullptr);
+        ASSERT_TRUE(m_maker.Start(BinDir() + "Update.exe", "", m_tempDir));
+        m_dialog = WaitForProcessWindow(m_maker.Id(), "Make update files", 20000);
+        ASSERT_NE(m_dialog, nullptr) << "no maker dialog";
+    }
+
+    void TearDown() override
+    {
+        if (m_maker.IsRunning()) {
+            PostMessageA(m_dialog, WM_CLOSE, 0, 0);
+            EXPECT_TRUE(m_maker.Wait(10000));
+            EXPECT_EQ(m_maker.ExitCode(), 0u);
+        }
+    }
+
+    void SetItemText(int id, const std::string& text)
+    {
+        HWND item = GetDlgItem(m_dialog, id);
+        ASSERT_NE(item, nullptr) << "no control " << id;
+        SendMessageTimeoutA(item, WM_SETTEXT, 0, (LPARAM)text.c_str(), SMTO_ABORTIFHUNG, 5000,
+                            nullptr);
+    }
+    std::string ItemText(int id) { return WindowText(GetDlgItem(m_dialog, id)); }
+
+    // Posts a click on "Make" (posted: the button's handler runs modal dialogs).
+    void PressMake()
+    {
+        PostMessageA(m_dialog, WM_COMMAND, MAKEWPARAM(ID_BTN_MAKE, BN_CLICKED),
+                     (LPARAM)GetDlgItem(m_dialog, ID_BTN_MAKE));
+    }
+
+    // Expects a message box "Error" with text, and presses its button.
+    void ExpectErrorBox(const char* text)
+    {
+        HWND box = WaitForProcessWindow(m_maker.Id(), "Error", 10000, "#32770");
+        ASSERT_NE(box, nullptr) << "no message box for " << text;
+        std::vector<std::string> texts = ChildTexts(box);
+        bool found = false;
+        for (const std::string& t : texts)
+            found = found || t == text;
+        EXPECT_TRUE(found) << "message box without \"" << text << "\"";
+        PostMessageA(box, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED), 0);
+        DWORD start = GetTickCount();
+        while (IsWindow(box) && GetTickCount() - start < 5000)
+            Sleep(50);
+        EXPECT_FALSE(IsWindow(box));
+    }
+
+    // Answers the Save As dialog with path, or cancels it when path is empty.
+    void AnswerSaveDialog(const std::string& path)
+    {
+        HWND save = WaitForProcessWindow(m_maker.Id(), "Save As", 15000, "#32770");
+        ASSERT_NE(save, nullptr) << "no Save As dialog";
+        if (path.empty()) {
+            PostMessageA(save, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), 0);
+        } else {
+            // The file name field is an edit (0x480) or a combo box (0x47C),
+            // depending on the dialog's style.
+            for (int id : {0x47C, 0x480}) {
+                HWND field = GetDlgItem(save, id);
+                if (field)
+                    SendMessageTimeoutA(field, WM_SETTEXT, 0, (LPARAM)path.c_str(),
+                                        SMTO_ABORTIFHUNG, 5000, nullptr);
+            }
+            PostMessageA(save, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED),
+                         (LPARAM)GetDlgItem(save, IDOK));
+        }
+        DWORD start = GetTickCount();
+        while (IsWindow(save) && GetTickCount() - start < 10000)
+            Sleep(50);
+        ASSERT_FALSE(IsWindow(save)) << "Save As dialog did not close";
+    }
+
+    // Drops paths on the dialog as the shell does: a DROPFILES block in the
+    // maker's own memory and a posted WM_DROPFILES.
+    void DropOnDialog(const std::vector<std::string>& paths)
+    {
+        std::string block(sizeof(DROPFILES), '\0');
+        DROPFILES header = {};
+        header.pFiles = sizeof(DROPFILES);
+        memcpy(&block[0], &header, sizeof(header));
+        for (const std::string& path : paths)
+            block += path + '\0';
+        block += '\0';
+        HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE, m_maker.Id());
+        ASSERT_NE(process, nullptr);
+        void* remote =
+            VirtualAllocEx(process, nullptr, block.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+        ASSERT_NE(remote, nullptr);
+        ASSERT_TRUE(WriteProcessMemory(process, remote, block.data(), block.size(), nullptr));
+        CloseHandle(process);
+        PostMessageA(m_dialog, WM_DROPFILES, (WPARAM)remote, 0);
+    }
+
+    // Waits for the maker to go idle (its queue drained).
+    void Settle() { SendMessageTimeoutA(m_dialog, WM_NULL, 0, 0, SMTO_NORMAL, 20000, nullptr); }
+
+    std::string MakeSourceTree()
+    {
+        std::string source = m_root / "release files\\";
+        CreateDirectoryA(source.c_str(), nullptr);
+        CreateDirectoryA((source + "sub").c_str(), nullptr);
+        EXPECT_TRUE(WriteFileText(source + "app.exe", std::string(250000, 'a')));
+        EXPECT_TRUE(WriteFileText(source + "Update.exe", "the updater itself"));
+        EXPECT_TRUE(WriteFileText(source + "sub\\Update.exe", "a different program"));
+        EXPECT_TRUE(WriteFileText(source + "sub\\empty.txt", ""));
+        return source;
+    }
+
+    TempDir m_root;
+    std::string m_tempDir;
+    Process m_maker;
+    HWND m_dialog = nullptr;
+};
+
+TEST_F(UpdateMake, TypedFolderMakesPackageAndDescription)
+{
+    std::string source = MakeSourceTree();
+    EXPECT_EQ(ItemText(ID_EDIT_VERSION), "1.0.0.0");
+    SetItemText(ID_EDIT_VERSION, "2.5.0.0");
+    SetItemText(ID_EDIT_FOLDER, source);
+    PressMake();
+    std::string out = m_root / "out\\";
+    CreateDirectoryA(out.c_str(), nullptr);
+    AnswerSaveDialog(out + "release.upd");
+    Settle();
+
+    std::string package = out + "release.bin";
+    ASSERT_TRUE(FileExists(package));
+    std::string size = std::to_string(ReadFileText(package).size());
+    EXPECT_EQ(ReadFileText(out + "release.upd"), "2.5.0.0\r\n" + size + "\r\n");
+
+    SResource reader;
+    ASSERT_TRUE(reader.Open(package.c_str(), 0));
+    SStringArray names;
+    names.SetFlags(SARRAY_NOCASE);
+    EXPECT_EQ(reader.GetIndex().GetCount(), 3);
+    for (int i = 0; i < reader.GetIndex().GetCount(); i++)
+        names.Add(reader.GetIndex().GetName(i));
+    EXPECT_GE(names.Find("app.exe"), 0);
+    EXPECT_GE(names.Find("sub\\Update.exe"), 0);
+    EXPECT_GE(names.Find("sub\\empty.txt"), 0);
+    EXPECT_LT(names.Find("Update.exe"), 0);
+
+    Process verify;
+    ASSERT_TRUE(verify.Start(BinDir() + "UpdatePack.exe", "verify \"" + package + "\""));
+    ASSERT_TRUE(verify.Wait(30000));
+    EXPECT_EQ(verify.ExitCode(), 0u);
+    // The dialog stays open for another run.
+    EXPECT_TRUE(m_maker.IsRunning());
+}
+
+TEST_F(UpdateMake, DroppedFolderFillsTheFolderField)
+{
+    std::string source = MakeSourceTree();
+    std::string file = source + "app.exe";
+    DropOnDialog({file});
+    Settle();
+    EXPECT_EQ(ItemText(ID_EDIT_FOLDER), "") << "a dropped file must leave the field unchanged";
+
+    std::string sub = source + "sub";
+    DropOnDialog({sub, source});
+    Settle();
+    EXPECT_EQ(ItemText(ID_EDIT_FOLDER), sub + "\\") << "only the first item counts";
+
+    // An empty version writes only the line end.
+    SetItemText(ID_EDIT_VERSION, "");
+    PressMake();
+    AnswerSaveDialog(m_root / "dropped.upd");
+    Settle();
+    std::string size = std::to_string(ReadFileText(m_root / "dropped.bin").size());
+    EXPECT_EQ(ReadFileText(m_root / "dropped.upd"), "\r\n" + size + "\r\n");
+}
+
+TEST_F(UpdateMake, BadInputShowsErrorsAndCancelWritesNothing)
+{
+    SetItemText(ID_EDIT_FOLDER, m_root / "no such folder");
+    PressMake();
+    ExpectErrorBox("Invalid folder");
+
+    std::string only = m_root / "only updater\\";
+    CreateDirectoryA(only.c_str(), nullptr);
+    ASSERT_TRUE(WriteFileText(only + "Update.exe", "x"));
+    SetItemText(ID_EDIT_FOLDER, only);
+    PressMake();
+    ExpectErrorBox("No files");
+
+    std::string source = MakeSourceTree();
+    SetItemText(ID_EDIT_FOLDER, source);
+    PressMake();
+    AnswerSaveDialog("");
+    Settle();
+    EXPECT_EQ(CountFiles(m_root.Path()), 0);
+    EXPECT_TRUE(m_maker.IsRunning());
+}
+
+}  // namespace

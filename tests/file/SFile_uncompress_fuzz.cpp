@@ -1,0 +1,47 @@
+// Unpacks arbitrary bytes as a chunk stream, from memory and through the
+// copying read path, and checks that both give the same result.
+#include "file/SFileMem.h"
+
+#include <stddef.h>
+#include <stdint.h>
+#include <string.h>
+
+namespace {
+
+// Hides the memory file's bytes so the stream is read by copy.
+class StreamFile : public SFile {
+public:
+    SFileMem inner;
+    bool IsOpen() const override { return inner.IsOpen(); }
+    void Close() override { inner.Close(); }
+    int Write(const void* buffer, int count) override { return inner.Write(buffer, count); }
+    int Read(void* buffer, int count) override { return inner.Read(buffer, count); }
+    int Seek(int position) override { return inner.Seek(position); }
+    int Tell() override { return inner.Tell(); }
+    bool SetSize(int size) override { return inner.SetSize(size); }
+    int Size() override { return inner.Size(); }
+};
+
+}   // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size > (1 << 20))
+        return 0;
+    SFileMem memory;
+    memory.Write(data, (int)size);
+    memory.Rewind();
+    SFileMem out;
+    int written = memory.Uncompress(&out);
+    if (written != out.Size() || written < 0)
+        __builtin_trap();
+
+    StreamFile stream;
+    stream.inner.Write(data, (int)size);
+    stream.Rewind();
+    SFileMem again;
+    if (stream.Uncompress(&again) != written || again.Size() != out.Size() ||
+        (written > 0 && memcmp(again.GetData(), out.GetData(), (size_t)written) != 0))
+        __builtin_trap();
+    return 0;
+}

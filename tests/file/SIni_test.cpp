@@ -1,0 +1,113 @@
+#include "file/SIni.h"
+
+#include <stdio.h>
+#include <string.h>
+#include <time.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const char* kText = "; settings\r\n"
+                    "  [Main]  \r\n"
+                    "Version=1.2\r\n"
+                    "  Size=5\r\n"
+                    "name = value\r\n"
+                    "Name=a=b\r\n"
+                    "Empty=\r\n"
+                    "x\r\n"
+                    "[Other]\n"
+                    "Version=9\n"
+                    "Tail=end";
+
+class SIniTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        source.WriteString(kText);
+        source.Seek(7);
+        ASSERT_TRUE(ini.OpenMemory(&source));
+    }
+    SFileMem source;
+    SIni ini;
+};
+
+TEST_F(SIniTest, ValuesAreUntrimmedAfterFirstEquals)
+{
+    EXPECT_EQ(source.Tell(), 7);   // the source's position is left alone
+    EXPECT_STREQ(ini.GetString("main", "Version").Text(), "1.2");
+    EXPECT_STREQ(ini.GetString("MAIN", "name").Text(), "a=b");
+    EXPECT_STREQ(ini.GetString("Main", "name ").Text(), " value");
+    EXPECT_STREQ(ini.GetString("Main", "  Size").Text(), "5");
+    EXPECT_STREQ(ini.GetString("other", "version").Text(), "9");
+    EXPECT_STREQ(ini.GetString("Other", "Tail").Text(), "end");
+}
+
+TEST_F(SIniTest, MissingSectionsKeysAndStrictNames)
+{
+    EXPECT_STREQ(ini.GetString("Main", "Size").Text(), "");
+    EXPECT_STREQ(ini.GetString("Main", "Empty").Text(), "");
+    EXPECT_STREQ(ini.GetString("Main", "x").Text(), "");
+    EXPECT_STREQ(ini.GetString("Main", "Tail").Text(), "");   // in the next section
+    EXPECT_STREQ(ini.GetString("Mai", "Version").Text(), "");
+    EXPECT_STREQ(ini.GetString("", "Version").Text(), "");
+    EXPECT_STREQ(ini.GetString(nullptr, "Version").Text(), "");
+    EXPECT_STREQ(ini.GetString("Main", nullptr).Text(), "");
+    EXPECT_STREQ(ini.GetString("settings", "Version").Text(), "");
+}
+
+TEST_F(SIniTest, FindPositions)
+{
+    EXPECT_EQ(SIni::FindSection(&source, "main"), 12);
+    EXPECT_EQ(SIni::FindSection(&source, " main "), -1);
+    EXPECT_EQ(SIni::FindKey(&source, "main", "version"), 24);
+    EXPECT_EQ(SIni::FindKey(&source, "other", "tail"), (int)strlen(kText) - 8);
+    EXPECT_EQ(SIni::FindKey(&source, "other", "none"), -1);
+    EXPECT_EQ(SIni::FindSection(nullptr, "main"), -1);
+
+    // The first section of a name wins; the key lookup starts right after
+    // the section line, so a key on the very next line is found.
+    SFileMem twice;
+    twice.WriteString("[a]\nk=1\n[A]\nk=2\n[b]");
+    EXPECT_EQ(SIni::FindKey(&twice, "A", "k"), 4);
+    EXPECT_EQ(SIni::FindSection(&twice, "b"), 16);
+    EXPECT_EQ(SIni::FindKey(&twice, "b", "k"), -1);
+}
+
+TEST(SIniFileTest, FileModeReadsTheFileAtEachQuery)
+{
+    SIni ini;
+    EXPECT_STREQ(ini.GetString("a", "b").Text(), "");
+    EXPECT_FALSE(ini.OpenMemory(nullptr));
+    EXPECT_FALSE(ini.OpenFile(""));
+    EXPECT_FALSE(ini.OpenFile(nullptr));
+
+    char path[64];
+    snprintf(path, sizeof(path), "SIni_test_%ld.ini", (long)time(nullptr));
+    ASSERT_TRUE(ini.OpenFile(path));
+    EXPECT_STREQ(ini.GetFileName().Text(), path);
+    EXPECT_STREQ(ini.GetString("s", "k").Text(), "");   // not there yet
+
+    FILE* f = fopen(path, "wb");
+    ASSERT_TRUE(f);
+    fputs("[S]\r\nk=first\r\n", f);
+    fclose(f);
+    EXPECT_STREQ(ini.GetString("s", "k").Text(), "first");
+    f = fopen(path, "wb");
+    ASSERT_TRUE(f);
+    fputs("[S]\nk=second", f);
+    fclose(f);
+    EXPECT_STREQ(ini.GetString("s", "k").Text(), "second");
+    remove(path);
+
+    // Going back to memory mode forgets the file.
+    SFileMem text;
+    text.WriteString("[S]\nk=memory\n");
+    ASSERT_TRUE(ini.OpenMemory(&text));
+    EXPECT_STREQ(ini.GetFileName().Text(), "");
+    EXPECT_STREQ(ini.GetString("s", "k").Text(), "memory");
+}
+
+}   // namespace

@@ -1,0 +1,382 @@
+#include "file/SResource.h"
+
+#include <stdio.h>
+#include <string.h>
+#include <zlib.h>
+
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include "file/SFileMem.h"
+#include "file/SFilePath.h"
+
+namespace {
+
+std::string LE32(uint32_t v)
+{
+    char b[4] = {(char)v, (char)(v >> 8), (char)(v >> 16), (char)(v >> 24)};
+    return std::string(b, 4);
+}
+
+// Bytes that differ from chunk to chunk and pack to a few per cent, so a
+// chunk boundary in the wrong place changes the packed output.
+std::string Pattern(int size, int seed)
+{
+    std::string bytes((size_t)size, '\0');
+    uint32_t state = 2463534242u + (uint32_t)seed;
+    for (int i = 0; i < size; i++) {
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        bytes[(size_t)i] = (char)(i % 7 == 0 ? state : 'a' + i % 13);
+    }
+    return bytes;
+}
+
+// The chunk stream as zlib gives it at level 6, chunk by chunk; empty for
+// no bytes.
+std::string ChunkStream(const std::string& raw)
+{
+    if (raw.empty())
+        return "";
+    size_t chunks = (raw.size() + 99999) / 100000;
+    std::string out = LE32((uint32_t)chunks);
+    for (size_t done = 0; done < raw.size(); done += 100000) {
+        size_t n = raw.size() - done < 100000 ? raw.size() - done : 100000;
+        std::vector<Bytef> packed(compressBound((uLong)n));
+        uLongf length = (uLongf)packed.size();
+        EXPECT_EQ(compress2(packed.data(), &length, (const Bytef*)raw.data() + done, (uLong)n, 6),
+                  Z_OK);
+        out += LE32((uint32_t)n) + LE32((uint32_t)length) +
+               std::string((const char*)packed.data(), length);
+    }
+    return out;
+}
+
+std::string Record(const std::string& name, const std::string& data)
+{
+    return LE32((uint32_t)data.size()) + name + std::string(1, '\0') + data;
+}
+
+const std::string kEnd = LE32(0xFFFFFFFFu);
+
+class SResourceTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        char temp[MAX_PATH];
+        GetTempPathA(MAX_PATH, temp);
+        static int serial = 0;
+        char name[MAX_PATH];
+        snprintf(name, sizeof(name), "%svxres%lu_%d\\", temp, GetCurrentProcessId(), ++serial);
+        root = name;
+        ASSERT_TRUE(CreateDirectoryA(root.c_str(), nullptr));
+    }
+    void TearDown() override { RemoveTree(root); }
+
+    static void RemoveTree(const std::string& folder)
+    {
+        WIN32_FIND_DATAA data;
+        HANDLE find = FindFirstFileA((folder + "*").c_str(), &data);
+        if (find != INVALID_HANDLE_VALUE) {
+            do {
+                std::string name = data.cFileName;
+                if (name == "." || name == "..")
+                    continue;
+                std::string path = folder + name;
+                SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+                if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+                    RemoveTree(path + "\\");
+                else
+                    DeleteFileA(path.c_str());
+            } while (FindNextFileA(find, &data));
+            FindClose(find);
+        }
+        RemoveDirectoryA(folder.c_str());
+    }
+
+    // Writes bytes at root + relative, creating the folders on the way.
+    void Put(const std::string& relative, const std::string& bytes)
+    {
+        std::string path = root + relative;
+        for (size_t i = root.size(); i < path.size(); i++) {
+            if (path[i] == '\\')
+                CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
+        }
+        FILE* file = fopen(path.c_str(), "wb");
+        ASSERT_NE(file, nullptr) << path;
+        fwrite(bytes.data(), 1, bytes.size(), file);
+        fclose(file);
+    }
+    std::string Get(const std::string& relative) const
+    {
+        std::string bytes;
+        FILE* file = fopen((root + relative).c_str(), "rb");
+        if (!file)
+            return "<missing>";
+        char block[65536];
+        size_t n;
+        while ((n = fread(block, 1, sizeof(block), file)) > 0)
+            bytes.append(block, n);
+        fclose(file);
+        return bytes;
+    }
+    std::string Path(const std::string& relative) const { return root + relative; }
+
+    // Packs the files of root + "src\\" under names, in that order.
+    std::string Pack(const std::vector<std::string>& names, bool compress)
+    {
+        SResource writer;
+        EXPECT_TRUE(writer.SetFolder(Path("src").c_str()));
+        for (const std::string& name : names)
+            EXPECT_TRUE(writer.Add(name.c_str())) << name;
+        SFilePath out(Path("pack.bin").c_str(), true, true, false);
+        EXPECT_TRUE(writer.Write(&out, compress));
+        out.Close();
+        return Get("pack.bin");
+    }
+
+    std::string root;
+};
+
+TEST_F(SResourceTest, WritesExactBytesAndRoundTripsInBothModes)
+{
+    // Chunk boundaries on both sides of 100000, an empty file in the middle
+    // and another as the very last entry, nested folders.
+    const int sizes[] = {1, 99999, 100000, 0, 100001, 250000, 0};
+    const char* names[] = {"one", "a\\b\\ninetynine", "a\\hundred.k", "empty",
+                           "a\\b\\c\\over",    "big.dat",        "z\\last-empty"};
+    std::vector<std::string> list;
+    for (int i = 0; i < 7; i++) {
+        Put(std::string("src\\") + names[i], Pattern(sizes[i], i));
+        list.push_back(names[i]);
+    }
+    for (bool compress : {false, true}) {
+        SCOPED_TRACE(compress ? "compressed" : "stored");
+        std::string expected = "SRES" + LE32(compress ? 1 : 0);
+        for (int i = 0; i < 7; i++) {
+            std::string raw = Pattern(sizes[i], i);
+            expected += Record(names[i], compress ? ChunkStream(raw) : raw);
+        }
+        expected += kEnd;
+        ASSERT_EQ(Pack(list, compress), expected);
+
+        SResource reader;
+        ASSERT_TRUE(reader.Open(Path("pack.bin").c_str()));
+        EXPECT_EQ(reader.IsCompressed(), compress);
+        ASSERT_EQ(reader.GetIndex().GetCount(), 7);
+        SStringArray failures;
+        ASSERT_TRUE(reader.ExtractAll(Path(compress ? "outc" : "outs").c_str(), &failures));
+        EXPECT_EQ(failures.GetCount(), 0);
+        for (int i = 0; i < 7; i++)
+            EXPECT_TRUE(Get(std::string(compress ? "outc\\" : "outs\\") + names[i]) ==
+                        Pattern(sizes[i], i))
+                << names[i];
+
+        // Extract appends at the position and rewinds on request; the lookup
+        // ignores letter case.
+        SFileMem mem;
+        mem.Write("xy", 2);
+        ASSERT_TRUE(reader.Extract(&mem, "A\\HUNDRED.K", true));
+        EXPECT_EQ(mem.Tell(), 0);
+        EXPECT_EQ(mem.Size(), 100002);
+        EXPECT_FALSE(reader.Extract(&mem, "absent", false));
+        EXPECT_FALSE(reader.Extract(nullptr, "one", false));
+    }
+}
+
+TEST_F(SResourceTest, EmptyArchiveAndWriterRules)
+{
+    // No entries: the 12 bytes, which open to an empty index and unpack to an
+    // empty folder.
+    std::string empty = "SRES" + LE32(1) + kEnd;
+    Put("src\\.keep", "");
+    EXPECT_EQ(Pack({}, true), empty);
+    SResource reader;
+    ASSERT_TRUE(reader.Open(Path("pack.bin").c_str()));
+    EXPECT_EQ(reader.GetIndex().GetCount(), 0);
+    EXPECT_TRUE(reader.ExtractAll(Path("new\\deeper").c_str()));
+    EXPECT_NE(GetFileAttributesA(Path("new\\deeper").c_str()), INVALID_FILE_ATTRIBUTES);
+
+    // A name is refused when it repeats one ignoring case, and by a reader.
+    SResource writer;
+    ASSERT_TRUE(writer.SetFolder(Path("src").c_str()));
+    EXPECT_TRUE(writer.Add("Dir\\File.txt"));
+    EXPECT_FALSE(writer.Add("dir\\FILE.TXT"));
+    EXPECT_FALSE(writer.Add(""));
+    EXPECT_FALSE(reader.Add("x"));
+    EXPECT_FALSE(writer.Write(nullptr, true));
+    SResource none;
+    SFileMem mem;
+    EXPECT_FALSE(none.Write(&mem, true));
+    EXPECT_EQ(mem.Size(), 0);
+
+    // A file missing when the archive is written leaves no record.
+    Put("src\\here", "abc");
+    EXPECT_EQ(Pack({"gone", "here"}, false), "SRES" + LE32(0) + Record("here", "abc") + kEnd);
+}
+
+TEST_F(SResourceTest, ReaderRulesOnCraftedArchives)
+{
+    // Two names equal ignoring case: both are listed, lookups and unpacking
+    // find the first. Only the mode word's first byte counts (0x100 is
+    // stored).
+    Put("crafted.bin",
+        "SRES" + LE32(0x100) + Record("Same.txt", "first") + Record("SAME.TXT", "second") + kEnd);
+    SResource reader;
+    ASSERT_TRUE(reader.Open(Path("crafted.bin").c_str()));
+    EXPECT_FALSE(reader.IsCompressed());
+    ASSERT_EQ(reader.GetIndex().GetCount(), 2);
+    SFileMem mem;
+    ASSERT_TRUE(reader.Extract(&mem, "same.txt", true));
+    EXPECT_EQ(mem.ReadText(), "first");
+    ASSERT_TRUE(reader.ExtractAll(Path("dup").c_str()));
+    EXPECT_EQ(Get("dup\\Same.txt"), "first");
+
+    // An archive inside a larger file, found by its start offset.
+    Put("host.bin", "prefix" + std::string("SRES") + LE32(0) + Record("x", "42") + kEnd);
+    ASSERT_TRUE(reader.Open(Path("host.bin").c_str(), 6));
+    mem.Close();
+    ASSERT_TRUE(reader.Extract(&mem, "x", true));
+    EXPECT_EQ(mem.ReadText(), "42");
+    EXPECT_FALSE(reader.Open(Path("host.bin").c_str(), 0));
+
+    // An empty compressed entry takes the next length field as its chunk
+    // count; 0 or the end marker both give an empty file at once.
+    std::string stream = ChunkStream("hello");
+    Put("empties.bin", "SRES" + LE32(1) + Record("e1", "") + Record("e2", "") +
+                           Record("h", stream) + Record("e3", "") + kEnd);
+    ASSERT_TRUE(reader.Open(Path("empties.bin").c_str()));
+    SStringArray failures;
+    ASSERT_TRUE(reader.ExtractAll(Path("emp").c_str(), &failures));
+    EXPECT_EQ(failures.GetCount(), 0);
+    EXPECT_EQ(Get("emp\\e1"), "");
+    EXPECT_EQ(Get("emp\\e3"), "");
+    EXPECT_EQ(Get("emp\\h"), "hello");
+
+    // Opening fails for a missing file, a folder, or no path, and leaves the
+    // reader empty.
+    EXPECT_FALSE(reader.Open(Path("missing.bin").c_str()));
+    EXPECT_EQ(reader.GetIndex().GetCount(), 0);
+    EXPECT_FALSE(reader.Open(root.c_str()));
+    EXPECT_FALSE(reader.Open(""));
+    EXPECT_FALSE(reader.ExtractAll(Path("nothing").c_str()));
+}
+
+TEST_F(SResourceTest, MalformedArchivesFailQuickly)
+{
+    Put("src\\a\\one", Pattern(150000, 1));
+    Put("src\\two", Pattern(10, 2));
+    const std::string good = Pack({"a\\one", "two"}, true);
+    DWORD start = GetTickCount();
+
+    // Cut at every offset: no cut opens, and whatever index was read still
+    // unpacks without trouble.
+    for (size_t cut = 0; cut < good.size(); cut += (cut < 64 || good.size() - cut < 64) ? 1 : 997) {
+        Put("cut.bin", good.substr(0, cut));
+        SResource reader;
+        EXPECT_FALSE(reader.Open(Path("cut.bin").c_str())) << cut;
+        SStringArray failures;
+        reader.ExtractAll(Path("cutout").c_str(), &failures);
+    }
+
+    // Bad magic; a name without its 0 byte at the end of the file.
+    SResource reader;
+    Put("bad.bin", "SREZ" + LE32(0) + kEnd);
+    EXPECT_FALSE(reader.Open(Path("bad.bin").c_str()));
+    Put("bad.bin", "SRES" + LE32(0) + LE32(1) + "noterminator");
+    EXPECT_FALSE(reader.Open(Path("bad.bin").c_str()));
+    // A length far beyond the file must not send the reader backwards.
+    Put("bad.bin", "SRES" + LE32(0) + LE32(0xFFFFFFF0u) + "n" + std::string(1, '\0') + kEnd);
+    EXPECT_FALSE(reader.Open(Path("bad.bin").c_str()));
+
+    // Chunk headers beyond the buffers, and a huge chunk count: the entry
+    // ends as corrupt data, nothing past the buffers is written.
+    const std::string header = "SRES" + LE32(1);
+    const std::string bad[] = {
+        LE32(1) + LE32(100001) + LE32(10) + std::string(10, 'x'),
+        LE32(1) + LE32(10) + LE32(110013) + std::string(10, 'x'),
+        LE32(0xFFFFFFFFu) + LE32(5) + LE32(3) + "abc",
+        LE32(2) + LE32(5) + LE32(3) + "abc",
+    };
+    for (const std::string& data : bad) {
+        Put("bad.bin", header + Record("e", data) + kEnd);
+        ASSERT_TRUE(reader.Open(Path("bad.bin").c_str()));
+        SFileMem out;
+        EXPECT_TRUE(reader.Extract(&out, "e", false));
+        EXPECT_LE(out.Size(), 10);
+    }
+    EXPECT_LT(GetTickCount() - start, 30000u);
+}
+
+TEST_F(SResourceTest, ExtractAllListsFailedTargetsAndGoesOn)
+{
+    // A target held open without sharing, and a file standing where a target
+    // needs its folder. (A read-only attribute is no test here: Wine run by
+    // root writes such files all the same.)
+    Put("src\\a.txt", "A");
+    Put("src\\locked.txt", "L");
+    Put("src\\blocked\\b.txt", "B");
+    Put("src\\z.txt", "Z");
+    Pack({"a.txt", "locked.txt", "blocked\\b.txt", "z.txt"}, true);
+
+    Put("out\\locked.txt", "old");
+    Put("out\\blocked", "a file where a folder should be");
+    HANDLE lock = CreateFileA(Path("out\\locked.txt").c_str(), GENERIC_READ, 0, nullptr,
+                              OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(lock, INVALID_HANDLE_VALUE);
+
+    SResource reader;
+    ASSERT_TRUE(reader.Open(Path("pack.bin").c_str()));
+    SStringArray failures;
+    failures.Add("kept");
+    EXPECT_TRUE(reader.ExtractAll(Path("out").c_str(), &failures));
+    CloseHandle(lock);
+    ASSERT_EQ(failures.GetCount(), 3);
+    EXPECT_STREQ(failures.GetText(1), Path("out\\locked.txt").c_str());
+    EXPECT_STREQ(failures.GetText(2), Path("out\\blocked\\b.txt").c_str());
+    EXPECT_EQ(Get("out\\a.txt"), "A");
+    EXPECT_EQ(Get("out\\z.txt"), "Z");
+    EXPECT_EQ(Get("out\\locked.txt"), "old");
+
+    // A destination that cannot be a folder is refused, the list untouched.
+    failures.RemoveAll();
+    EXPECT_FALSE(reader.ExtractAll(Path("out\\a.txt").c_str(), &failures));
+    EXPECT_FALSE(reader.ExtractAll("", &failures));
+    EXPECT_EQ(failures.GetCount(), 0);
+}
+
+int g_calls = 0;
+int g_last = -1;
+bool g_monotonic = true;
+bool CountProgress(int thousandths, int value)
+{
+    EXPECT_EQ(value, 77);
+    g_monotonic = g_monotonic && thousandths >= g_last && thousandths <= 1000;
+    g_last = thousandths;
+    return ++g_calls < 4;
+}
+
+TEST_F(SResourceTest, ProgressCoversChunksAndCanStop)
+{
+    Put("src\\big", Pattern(350000, 3));
+    Put("src\\small", "s");
+    SResource writer;
+    ASSERT_TRUE(writer.SetFolder(Path("src").c_str()));
+    writer.Add("big");
+    writer.Add("small");
+    writer.SetProgress(CountProgress, 77);
+    SFileMem out;
+    // Before each entry and each chunk: the fourth report stops the write.
+    EXPECT_FALSE(writer.Write(&out, true));
+    EXPECT_EQ(g_calls, 4);
+    EXPECT_TRUE(g_monotonic);
+    EXPECT_GT(g_last, 0);
+    EXPECT_LT(g_last, 500);
+}
+
+} // namespace

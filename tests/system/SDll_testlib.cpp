@@ -1,0 +1,10 @@
+// A tiny library for the SDll tests, built twice with different ids.
+extern "C" __declspec(dllexport) int vx_testlib_add(int a, int b)
+{
+    return a + b;
+}
+
+extern "C" __declspec(dllexport) int vx_testlib_id()
+{
+    return VX_TESTLIB_ID;
+}

@@ -1,0 +1,205 @@
+// The dialog text parser, without windows.
+#include <gtest/gtest.h>
+
+#include "file/SFileMem.h"
+#include "wnd/SWndDialogDesc.h"
+
+namespace {
+
+const char kHead[] = "VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=Test\r\nPOSITION=0 0 200 100\r\n\r\n";
+
+SString Doc(const char* controls)
+{
+    return SString(kHead) + controls;
+}
+
+TEST(SWndDialogDesc, SectionNamesIgnoreCaseButNotBlanks)
+{
+    SWndDialogDesc desc;
+    ASSERT_TRUE(desc.Parse(Doc("[label]\r\nNAME=a\r\n\r\n[LABEL]\r\nNAME=b\r\n\r\n[CodeEdit]\r\n"
+                               "\r\n[tabdoc]\r\n\r\n[TOOLBAR]\r\n\r\n[Window]\r\n")
+                               .Text()));
+    ASSERT_EQ(desc.GetControlCount(), 6);
+    EXPECT_EQ(desc.GetControl(0)->type, SWND_TYPE_LABEL);
+    EXPECT_EQ(desc.GetControl(1)->type, SWND_TYPE_LABEL);
+    EXPECT_EQ(desc.GetControl(2)->type, SWND_TYPE_CODEEDIT);
+    EXPECT_EQ(desc.GetControl(3)->type, SWND_TYPE_TABDOC);
+    EXPECT_EQ(desc.GetControl(4)->type, SWND_TYPE_TOOLBAR);
+    EXPECT_EQ(desc.GetControl(5)->type, SWND_TYPE_WINDOW);
+
+    // 6 lines of head, then "[CODE EDIT]" on line 7.
+    EXPECT_FALSE(desc.Parse(Doc("[CODE EDIT]\r\nNAME=x\r\n").Text()));
+    EXPECT_EQ(desc.GetErrorLine(), 7);
+    EXPECT_EQ(desc.GetControlCount(), 0);
+    EXPECT_EQ(desc.GetDialog().caption, "");
+
+    for (int type = 0; type < SWND_TYPE_COUNT; type++) {
+        SString section(SWndDialogDesc::GetTypeName(type));
+        section.Replace(" ", "");
+        EXPECT_EQ(SWndDialogDesc::FindType(section.Text()), type) << section.Text();
+    }
+    EXPECT_EQ(SWndDialogDesc::FindType("LABE"), -1);
+    EXPECT_EQ(SWndDialogDesc::FindType("LABELS"), -1);
+    EXPECT_EQ(SWndDialogDesc::FindType(""), -1);
+}
+
+TEST(SWndDialogDesc, DocumentStructureFailures)
+{
+    SWndDialogDesc desc;
+    EXPECT_FALSE(desc.Parse("VORLIX DIALOG 1.0.0.1\r\n\r\n[DIALOG]\r\n"));
+    EXPECT_EQ(desc.GetErrorLine(), 1);
+    EXPECT_FALSE(desc.Parse("vorlix dialog 1.0.0.0\r\n\r\n[DIALOG]\r\n"));
+    EXPECT_FALSE(desc.Parse(""));
+    EXPECT_FALSE(desc.Parse(nullptr));
+    EXPECT_FALSE(desc.Load(nullptr));
+    // No section at all: nothing to build.
+    EXPECT_FALSE(desc.Parse("VORLIX DIALOG 1.0.0.0\r\n\r\n"));
+
+    // A property line without "=" fails the whole load and names its line.
+    EXPECT_FALSE(desc.Parse(Doc("[LABEL]\r\nNAME=x\r\nbroken line\r\n").Text()));
+    EXPECT_EQ(desc.GetErrorLine(), 9);
+    EXPECT_EQ(desc.GetControlCount(), 0);
+
+    // The last section may end at the end of the text, with or without a
+    // line break; extra empty lines at the end are harmless.
+    ASSERT_TRUE(desc.Parse(Doc("[LABEL]\r\nNAME=last").Text()));
+    EXPECT_EQ(desc.GetControl(0)->name, "last");
+    EXPECT_EQ(desc.GetErrorLine(), 0);
+    ASSERT_TRUE(desc.Parse(Doc("[LABEL]\nNAME=unix\n\n\n").Text()));
+    EXPECT_EQ(desc.GetControl(0)->name, "unix");
+    EXPECT_EQ(desc.GetControlCount(), 1);
+}
+
+TEST(SWndDialogDesc, CommonKeysAndPropertyText)
+{
+    SWndDialogDesc desc;
+    ASSERT_TRUE(desc.Parse(Doc("[EDIT]\r\nID=7\r\nid=3\r\nNAME=EDIT_VERSION\r\nCAPTION=1.0.0.0  \r\n"
+                               "FONT=\"Arial, Narrow\", 12, 3\r\nPOSITION=-5 10 70000 22\r\n"
+                               "STYLE=WS_VISIBLE WS_BORDER ES_AUTOHSCROLL BS_FLAT \r\n"
+                               "EXSTYLE=WS_EX_CLIENTEDGE \r\nTRANSPARENT=2\r\nISLOCKED=0\r\n"
+                               "=dropped\r\nEDIT_SELECTALL=1\r\nEDIT_TEXT=a=b\r\n")
+                               .Text()));
+    const SWndDialogEntry* e = desc.GetControl(0);
+    ASSERT_NE(e, nullptr);
+    EXPECT_EQ(e->id, 7);
+    EXPECT_EQ(e->name, "EDIT_VERSION");
+    EXPECT_EQ(e->caption, "1.0.0.0  ");
+    EXPECT_TRUE(e->hasFont);
+    EXPECT_EQ(e->fontFace, "Arial, Narrow");
+    EXPECT_EQ(e->fontSize, 12);
+    EXPECT_EQ(e->fontFlags, 3);
+    EXPECT_TRUE(e->hasPosition);
+    EXPECT_EQ(e->x, -5);
+    EXPECT_EQ(e->width, (short)70000);
+    // BS_FLAT is no edit word and is ignored.
+    EXPECT_EQ(e->style, 0x10000000u | 0x00800000u | 0x80u);
+    EXPECT_EQ(e->exStyle, 0x200u);
+    EXPECT_TRUE(e->transparent);
+    EXPECT_FALSE(e->locked);
+    // Keys are case-sensitive: "id" is a property, not the ID.
+    EXPECT_EQ(e->properties, "id=3\r\nEDIT_SELECTALL=1\r\nEDIT_TEXT=a=b\r\n");
+    EXPECT_EQ(e->GetInt("id"), 3);
+    EXPECT_TRUE(e->GetBool("EDIT_SELECTALL"));
+    EXPECT_EQ(e->GetText("EDIT_TEXT"), "a=b");
+    EXPECT_FALSE(e->HasKey("EDIT"));
+    EXPECT_EQ(e->GetInt("MISSING"), 0);
+    EXPECT_EQ(e->GetColor("MISSING"), (uint32_t)SWND_COLOR_NOTSET);
+
+    // Wrong field counts keep the defaults; an empty face is the default font.
+    ASSERT_TRUE(desc.Parse(Doc("[LABEL]\r\nFONT=Arial, 12\r\nPOSITION=1 2 3\r\n\r\n"
+                               "[LABEL]\r\nFONT=a,1,2,3\r\nPOSITION=1 2 3 4 5\r\n\r\n"
+                               "[LABEL]\r\nFONT=, 0, 0\r\n")
+                               .Text()));
+    EXPECT_FALSE(desc.GetControl(0)->hasFont);
+    EXPECT_FALSE(desc.GetControl(0)->hasPosition);
+    EXPECT_EQ(desc.GetControl(0)->width, 0);
+    EXPECT_FALSE(desc.GetControl(1)->hasFont);
+    EXPECT_FALSE(desc.GetControl(1)->hasPosition);
+    EXPECT_TRUE(desc.GetControl(2)->hasFont);
+    EXPECT_EQ(desc.GetControl(2)->fontFace, "");
+}
+
+TEST(SWndDialogDesc, StyleWordsPerType)
+{
+    // The same words mean different bits, or nothing, per type.
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_DIALOG, "WS_CAPTION WS_SYSMENU WS_EX_TOPMOST"),
+              0x00C00000u | 0x00080000u | 0x8u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_LABEL, "WS_CAPTION WS_DISABLED WS_BORDER"),
+              0x08000000u | 0x00800000u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_STATIC, "WS_BORDER WS_VISIBLE"), 0x10000000u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_GROUP, "BS_CENTER BS_FLAT"), 0x300u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_PROGRESS, "PBS_SMOOTH\tPBS_VERTICAL"), 0x5u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_LIST, "LBS_NOINTEGRALHEIGHT WS_VSCROLL lbs_sort"),
+              0x100u | 0x00200000u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_TREE, "TVS_HASLINES TVS_LINESATROOT"), 0x6u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_BUTTON, "BS_DEFPUSHBUTTON BS_VCENTER"), 0xC01u);
+    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_DIALOG, "WS_VISIBLEX"), 0u);
+}
+
+TEST(SWndDialogDesc, Colours)
+{
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#00FF00"), 0x0000FF00u);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#FF00FF00"), 0xFF00FF00u);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#FF0000"), 0x000000FFu);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#123456"), 0x00563412u);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#000000"), 0u);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#FF000000"), (uint32_t)SWND_COLOR_NOTSET);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#FFF"), 0u);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("#12345G"), 0u);
+    EXPECT_EQ(SWndDialogDesc::ParseColor("FF00FF00F"), 0u);
+
+    SWndDialogDesc desc;
+    ASSERT_TRUE(desc.Parse(Doc("[LABEL]\r\nBACKCOLOR=#FF000000\r\nTEXTCOLOR=#000000\r\n\r\n"
+                               "[LABEL]\r\nBACKCOLOR=red\r\nLIST_SELBACKCOLOR=#0000FF\r\n")
+                               .Text()));
+    EXPECT_EQ(desc.GetControl(0)->backColor, (uint32_t)SWND_COLOR_NOTSET);
+    EXPECT_EQ(desc.GetControl(0)->textColor, 0u);
+    EXPECT_EQ(desc.GetControl(1)->backColor, 0u);
+    EXPECT_EQ(desc.GetControl(1)->textColor, (uint32_t)SWND_COLOR_NOTSET);
+    EXPECT_EQ(desc.GetControl(1)->GetColor("LIST_SELBACKCOLOR"), 0x00FF0000u);
+}
+
+TEST(SWndDialogDesc, DuplicateIdsAreRenumbered)
+{
+    SWndDialogDesc desc;
+    ASSERT_TRUE(desc.Parse(Doc("[BUTTON]\r\nID=1\r\n\r\n[BUTTON]\r\nID=2\r\n\r\n[LABEL]\r\nID=1\r\n\r\n"
+                               "[LABEL]\r\n\r\n[LABEL]\r\n\r\n[LABEL]\r\nID=4\r\n")
+                               .Text()));
+    ASSERT_EQ(desc.GetControlCount(), 6);
+    EXPECT_EQ(desc.GetControl(0)->id, 1);
+    EXPECT_EQ(desc.GetControl(1)->id, 2);
+    EXPECT_EQ(desc.GetControl(2)->id, 3);  // 1 was taken
+    EXPECT_EQ(desc.GetControl(3)->id, 0);  // the first 0 keeps it
+    EXPECT_EQ(desc.GetControl(4)->id, 4);
+    EXPECT_EQ(desc.GetControl(5)->id, 5);  // 4 was taken by the renumbered one
+
+    // With 1 .. 9999 taken, a duplicate gets -1.
+    SWndDialogDesc full;
+    SWndDialogEntry entry(SWND_TYPE_LABEL);
+    for (int id = 1; id <= 9999; id++) {
+        entry.id = id;
+        ASSERT_EQ(full.AddControl(entry), id - 1);
+    }
+    entry.id = 5;
+    full.AddControl(entry);
+    EXPECT_EQ(full.GetControl(9999)->id, -1);
+}
+
+TEST(SWndDialogDesc, LoadReadsFromTheFilePosition)
+{
+    SFileMem file;
+    SString text = Doc("[PROGRESS]\r\nNAME=PROGRESS\r\nPROGRESS_MAXVALUE=1000\r\n");
+    file.Write("junk", 4);
+    file.Write(text.Text(), text.GetLength());
+    file.Seek(4);
+    SWndDialogDesc desc;
+    ASSERT_TRUE(desc.Load(&file));
+    EXPECT_EQ(desc.GetDialog().caption, "Test");
+    EXPECT_EQ(desc.GetDialog().width, 200);
+    EXPECT_EQ(desc.GetControl(0)->GetInt("PROGRESS_MAXVALUE"), 1000);
+    EXPECT_EQ(SWndDialogDesc::ParseInt(" -42x"), -42);
+    EXPECT_EQ(SWndDialogDesc::ParseInt("99999999999"), 2147483647);
+    EXPECT_EQ(SWndDialogDesc::ParseInt("x1"), 0);
+}
+
+}  // namespace

@@ -1,0 +1,338 @@
+// The window base and the modal loop, with real windows.
+#include <gtest/gtest.h>
+
+#include <shlobj.h>
+
+#include <vector>
+
+#include "WndTestSupport.h"
+#include "core/SStringArray.h"
+#include "wnd/SWnd.h"
+#include "wnd/SWndApp.h"
+
+namespace {
+
+const UINT kPing = WM_APP + 50;
+
+// Records messages; answers the create message with `refuse` and can stop
+// messages in the pre-filter or destroy itself on a message.
+class ProbeWnd : public SWnd {
+public:
+    LRESULT refuse = 0;
+    UINT blocked = 0;
+    UINT destroyOn = 0;
+    bool visibleAtCreate = true;
+    HWND handleAtCreate = nullptr;
+    LPARAM userAtCreate = 0;
+    std::vector<UINT> seen;
+    std::vector<LPARAM> lParams;
+    SStringArray dropped;
+
+    bool PreFilter(UINT msg, WPARAM* wParam, LPARAM* lParam) override
+    {
+        if (msg == blocked)
+            return false;
+        if (msg == kPing)
+            *wParam = 77;
+        return SWnd::PreFilter(msg, wParam, lParam);
+    }
+
+    LRESULT Handler(UINT msg, WPARAM wParam, LPARAM lParam) override
+    {
+        if (msg == SWM_CREATE) {
+            handleAtCreate = GetHandle();
+            visibleAtCreate = IsWindowVisible(GetHandle()) != 0;
+            userAtCreate = lParam;
+            return refuse;
+        }
+        if (msg >= WM_APP || msg == WM_KEYDOWN || msg == WM_DESTROY) {
+            seen.push_back(msg);
+            lParams.push_back(msg == kPing ? (LPARAM)wParam : lParam);
+        }
+        if (msg == SWM_DROPFILES) {
+            const SStringArray* paths = (const SStringArray*)wParam;
+            for (int i = 0; i < paths->GetCount(); i++)
+                dropped.Add(paths->GetText(i));
+        }
+        if (msg == destroyOn && msg != 0)
+            Destroy();
+        return SWnd::Handler(msg, wParam, lParam);
+    }
+
+    bool Saw(UINT msg) const
+    {
+        for (UINT m : seen)
+            if (m == msg)
+                return true;
+        return false;
+    }
+};
+
+RECT Rect(int x, int y, int w, int h)
+{
+    RECT r = {x, y, x + w, y + h};
+    return r;
+}
+
+TEST(SWnd, CreateMessageAndVisibility)
+{
+    ProbeWnd refused;
+    refused.refuse = 1;
+    RECT r = Rect(10, 10, 100, 80);
+    EXPECT_FALSE(refused.Create("x", WS_VISIBLE, 0, &r, nullptr, nullptr, 5));
+    ASSERT_NE(refused.handleAtCreate, nullptr);
+    EXPECT_EQ(refused.GetHandle(), nullptr);
+    EXPECT_FALSE(IsWindow(refused.handleAtCreate));
+    EXPECT_EQ(SWnd::FromHandle(refused.handleAtCreate), nullptr);
+    EXPECT_FALSE(refused.Saw(WM_DESTROY));
+
+    ProbeWnd wnd;
+    ASSERT_TRUE(wnd.Create("Probe", WS_VISIBLE | WS_CAPTION | WS_SYSMENU, 0, &r, nullptr, nullptr, 42));
+    EXPECT_EQ(wnd.userAtCreate, 42);
+    EXPECT_FALSE(wnd.visibleAtCreate);
+    EXPECT_TRUE(wnd.IsVisible());
+    EXPECT_EQ(SWnd::FromHandle(wnd.GetHandle()), &wnd);
+    EXPECT_EQ(wnd.GetThreadId(), GetCurrentThreadId());
+    EXPECT_FALSE(wnd.Create("again", 0, 0, &r, nullptr, nullptr, 0));
+    // No parent: a pop-up although not asked for.
+    LONG style = GetWindowLongA(wnd.GetHandle(), GWL_STYLE);
+    EXPECT_TRUE(style & WS_POPUP);
+    EXPECT_TRUE(wnd.HasCaption());
+    EXPECT_FALSE(wnd.HasFrame() && !(style & WS_BORDER));
+    EXPECT_EQ(wnd.GetText(), "Probe");
+    char className[32];
+    GetClassNameA(wnd.GetHandle(), className, sizeof(className));
+    EXPECT_STREQ(className, "CLASS_SWND");
+
+    ProbeWnd child;
+    RECT cr = Rect(5, 5, 20, 20);
+    ASSERT_TRUE(child.Create("", WS_CHILD, WS_EX_STATICEDGE, &cr, wnd.GetHandle(), (HMENU)12, 0, nullptr, true));
+    EXPECT_FALSE(GetWindowLongA(child.GetHandle(), GWL_STYLE) & WS_POPUP);
+    EXPECT_FALSE(child.IsVisible());
+    EXPECT_TRUE(child.HasFrame());
+    EXPECT_FALSE(child.HasCaption());
+    EXPECT_EQ(child.GetId(), 12);
+    GetClassNameA(child.GetHandle(), className, sizeof(className));
+    EXPECT_STREQ(className, "CLASS_SWNDEX");
+
+    // WM_DESTROY takes the window out of the table and clears the handle.
+    HWND handle = wnd.GetHandle();
+    HWND childHandle = child.GetHandle();
+    EXPECT_TRUE(wnd.Destroy());
+    EXPECT_TRUE(wnd.Saw(WM_DESTROY));
+    EXPECT_TRUE(child.Saw(WM_DESTROY));
+    EXPECT_EQ(wnd.GetHandle(), nullptr);
+    EXPECT_EQ(child.GetHandle(), nullptr);
+    EXPECT_EQ(SWnd::FromHandle(handle), nullptr);
+    EXPECT_EQ(SWnd::FromHandle(childHandle), nullptr);
+    EXPECT_FALSE(wnd.Destroy());
+}
+
+TEST(SWnd, PreFilterStopsOrRewrites)
+{
+    ProbeWnd wnd;
+    ASSERT_TRUE(wnd.Create("", 0, 0, nullptr, nullptr, nullptr, 0));
+    wnd.blocked = WM_APP + 51;
+    EXPECT_EQ(wnd.Send(WM_APP + 51, 1, 2), 0);
+    EXPECT_FALSE(wnd.Saw(WM_APP + 51));
+    // A stopped WM_GETTEXT never reaches the default processing.
+    wnd.SetText("kept");
+    wnd.blocked = WM_GETTEXT;
+    char text[16] = "unchanged";
+    EXPECT_EQ(SendMessageA(wnd.GetHandle(), WM_GETTEXT, sizeof(text), (LPARAM)text), 0);
+    EXPECT_STREQ(text, "unchanged");
+    wnd.Send(kPing, 1, 0);
+    ASSERT_TRUE(wnd.Saw(kPing));
+    EXPECT_EQ(wnd.lParams.back(), 77);
+}
+
+// A native edit and button wrapped by subclassing; the button reports its
+// notifications through reflection.
+class ReflectingButton : public SWnd {
+public:
+    std::vector<int> codes;
+    bool OnReflect(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT* result) override
+    {
+        (void)lParam;
+        if (msg != WM_COMMAND)
+            return false;
+        codes.push_back(HIWORD(wParam));
+        *result = 0;
+        return true;
+    }
+};
+
+class SetTextCounter : public SWnd {
+public:
+    int setText = 0;
+    LRESULT Handler(UINT msg, WPARAM wParam, LPARAM lParam) override
+    {
+        if (msg == WM_SETTEXT)
+            setText++;
+        return SWnd::Handler(msg, wParam, lParam);
+    }
+};
+
+TEST(SWnd, NativeControlsAreSubclassed)
+{
+    ProbeWnd parent;
+    RECT r = Rect(0, 0, 200, 100);
+    ASSERT_TRUE(parent.Create("", WS_VISIBLE | WS_CAPTION, 0, &r, nullptr, nullptr, 0));
+    RECT er = Rect(5, 5, 100, 20);
+    SetTextCounter edit;
+    ASSERT_TRUE(edit.CreateClass("EDIT", "abc", WS_CHILD | WS_VISIBLE, 0, &er, parent.GetHandle(), (HMENU)3, 0));
+    EXPECT_EQ(edit.GetText(), "abc");
+    EXPECT_TRUE(edit.SetText("hello"));
+    EXPECT_EQ(edit.setText, 1);
+    EXPECT_EQ(edit.GetText(), "hello");
+    EXPECT_EQ(edit.Send(EM_GETLIMITTEXT) > 0, true);
+
+    ReflectingButton button;
+    RECT br = Rect(5, 40, 80, 24);
+    ASSERT_TRUE(button.CreateClass("BUTTON", "Go", WS_CHILD | WS_VISIBLE, 0, &br, parent.GetHandle(), (HMENU)4, 0));
+    button.Send(BM_CLICK);
+    PumpUntil([&] { return !button.codes.empty(); }, 1000);
+    ASSERT_FALSE(button.codes.empty());
+    EXPECT_EQ(button.codes[0], BN_CLICKED);
+
+    ProbeWnd bad;
+    EXPECT_FALSE(bad.CreateClass("NO_SUCH_CLASS_X", "", WS_CHILD, 0, &br, parent.GetHandle(), nullptr, 0));
+    EXPECT_EQ(bad.GetHandle(), nullptr);
+    parent.Destroy();
+    EXPECT_EQ(edit.GetHandle(), nullptr);
+}
+
+TEST(SWnd, ModalLoopEndings)
+{
+    RECT r = Rect(0, 0, 120, 80);
+    bool wait = true;
+
+    // Destroyed from inside a handler: the loop ends on the next round and
+    // leaves no WM_QUIT behind.
+    ProbeWnd a;
+    ASSERT_TRUE(a.Create("", WS_VISIBLE, 0, &r, nullptr, nullptr, 0));
+    a.destroyOn = kPing;
+    a.Post(kPing);
+    EXPECT_EQ(SWndApp::RunModalLoop(&a, &wait), 0);
+    EXPECT_EQ(a.GetHandle(), nullptr);
+    EXPECT_FALSE(TakeQuit());
+
+    // Clearing the modal flag ends it too, with the window still there.
+    struct Unmodal : ProbeWnd {
+        LRESULT Handler(UINT msg, WPARAM w, LPARAM l) override
+        {
+            if (msg == kPing)
+                SetModal(false);
+            return ProbeWnd::Handler(msg, w, l);
+        }
+    } b;
+    ASSERT_TRUE(b.Create("", 0, 0, &r, nullptr, nullptr, 0));
+    b.Post(kPing);
+    EXPECT_EQ(SWndApp::RunModalLoop(&b, &wait), 0);
+    EXPECT_NE(b.GetHandle(), nullptr);
+    EXPECT_FALSE(b.IsModal());
+
+    // WM_QUIT taken by the modal loop is posted again for the main loop.
+    PostQuitMessage(6);
+    EXPECT_EQ(SWndApp::RunModalLoop(&b, &wait), 6);
+    int code = 0;
+    EXPECT_TRUE(TakeQuit(&code));
+    EXPECT_EQ(code, 6);
+    PostQuitMessage(8);
+    bool poll = false;
+    EXPECT_EQ(SWndApp::RunModalLoop(&b, &poll), 8);
+    EXPECT_EQ(SWndApp::RunLoop(&wait), 8);
+
+    EXPECT_EQ(SWndApp::RunModalLoop(nullptr, &wait), -1);
+    EXPECT_EQ(SWndApp::RunModalLoop(&a, &wait), -1);
+}
+
+TEST(SWnd, EnterAndEscapeInTheModalLoop)
+{
+    RECT r = Rect(0, 0, 120, 80);
+    bool wait = true;
+    ProbeWnd wnd;
+    ASSERT_TRUE(wnd.Create("", WS_VISIBLE, 0, &r, nullptr, nullptr, 0));
+    wnd.destroyOn = SWM_CANCEL;
+    wnd.Post(WM_KEYDOWN, VK_RETURN, 0);
+    wnd.Post(WM_KEYDOWN, 'A', 0);
+    wnd.Post(WM_KEYDOWN, VK_ESCAPE, 0);
+    EXPECT_EQ(SWndApp::RunModalLoop(&wnd, &wait), 0);
+    // OK arrives before its key, with lParam 1; cancel ends it.
+    std::vector<UINT> expected = {SWM_OK, WM_KEYDOWN, WM_KEYDOWN, SWM_CANCEL, WM_DESTROY};
+    EXPECT_EQ(wnd.seen, expected);
+    EXPECT_EQ(wnd.lParams[0], 1);
+
+    // With a modeless dialog listed, keys go through the dialog filter only.
+    ProbeWnd other;
+    ASSERT_TRUE(other.Create("", 0, 0, &r, nullptr, nullptr, 0));
+    ProbeWnd modal;
+    ASSERT_TRUE(modal.Create("", WS_VISIBLE, 0, &r, nullptr, nullptr, 0));
+    modal.destroyOn = kPing;
+    SWndApp::AddModeless(other.GetHandle());
+    modal.Post(WM_KEYDOWN, VK_RETURN, 0);
+    modal.Post(kPing);
+    EXPECT_EQ(SWndApp::RunModalLoop(&modal, &wait), 0);
+    SWndApp::RemoveModeless(other.GetHandle());
+    EXPECT_FALSE(modal.Saw(SWM_OK));
+    EXPECT_TRUE(modal.Saw(WM_KEYDOWN));
+}
+
+// A DROPFILES block as the shell hands it over: 8-bit paths, each
+// 0-terminated, and a final 0.
+HGLOBAL MakeDrop(const std::vector<SString>& paths)
+{
+    size_t size = sizeof(DROPFILES) + 1;
+    for (const SString& p : paths)
+        size += (size_t)p.GetLength() + 1;
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, size);
+    DROPFILES* drop = (DROPFILES*)GlobalLock(memory);
+    drop->pFiles = sizeof(DROPFILES);
+    drop->fWide = FALSE;
+    char* out = (char*)drop + sizeof(DROPFILES);
+    for (const SString& p : paths) {
+        memcpy(out, p.Text(), (size_t)p.GetLength() + 1);
+        out += p.GetLength() + 1;
+    }
+    GlobalUnlock(memory);
+    return memory;
+}
+
+TEST(SWnd, DroppedFilesBecomeAStringArray)
+{
+    char temp[MAX_PATH];
+    GetTempPathA(MAX_PATH, temp);
+    SString folder;
+    folder.Format("%sswnd_drop_%lu", temp, GetCurrentProcessId());
+    ASSERT_TRUE(CreateDirectoryA(folder.Text(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS);
+    SString file = folder + "\\a.txt";
+    HANDLE h = CreateFileA(file.Text(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    ASSERT_NE(h, INVALID_HANDLE_VALUE);
+    CloseHandle(h);
+
+    ProbeWnd wnd;
+    RECT r = Rect(0, 0, 100, 80);
+    ASSERT_TRUE(wnd.Create("", 0, WS_EX_ACCEPTFILES, &r, nullptr, nullptr, 0));
+    HGLOBAL drop = MakeDrop({folder, file});
+    wnd.Post(WM_DROPFILES, (WPARAM)drop);
+    ASSERT_TRUE(PumpUntil([&] { return wnd.Saw(SWM_DROPFILES); }));
+    ASSERT_EQ(wnd.dropped.GetCount(), 2);
+    EXPECT_EQ(wnd.dropped.GetAt(0), folder + "\\");
+    EXPECT_EQ(wnd.dropped.GetAt(1), file);
+    // The handle was not released by the window: it can still be read.
+    EXPECT_EQ(DragQueryFileA((HDROP)drop, 0xFFFFFFFF, nullptr, 0), 2u);
+    GlobalFree(drop);
+
+    // An empty drop still reports, with an empty array.
+    wnd.seen.clear();
+    HGLOBAL empty = MakeDrop({});
+    wnd.Send(WM_DROPFILES, (WPARAM)empty);
+    EXPECT_TRUE(wnd.Saw(SWM_DROPFILES));
+    EXPECT_EQ(wnd.dropped.GetCount(), 2);
+    GlobalFree(empty);
+
+    DeleteFileA(file.Text());
+    RemoveDirectoryA(folder.Text());
+}
+
+}  // namespace
