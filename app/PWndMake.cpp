@@ -65,7 +65,7 @@ void PWndMake::Make()
     source.SetFolder(m_editFolder->GetText().Text());
     SString folder = source.Full();
     if (folder.IsEmpty() || !m_disk.IsFolder(folder.Text())) {
-        ShowMessage("Invalid folder", "Error", MB_ICONINFORMATION);
+        ::MessageBoxA(GetHandle(), "Invalid folder", "Error", MB_ICONINFORMATION);
         return;
     }
 
@@ -78,7 +78,7 @@ void PWndMake::Make()
     if (self >= 0)
         files.RemoveAt(self);
     if (files.GetCount() == 0) {
-        ShowMessage("No files", "Error", MB_ICONINFORMATION);
+        ::MessageBoxA(GetHandle(), "No files", "Error", MB_ICONINFORMATION);
         return;
     }
 

@@ -2,9 +2,13 @@
 
 #include "wnd/SWndDialogEntry.h"
 
-SButtonCtrl::SButtonCtrl() {}
+SButtonCtrl::SButtonCtrl()
+{
+}
 
-SButtonCtrl::~SButtonCtrl() {}
+SButtonCtrl::~SButtonCtrl()
+{
+}
 
 bool SButtonCtrl::CreateFromEntry(SWnd* parent, const SWndDialogEntry& entry)
 {

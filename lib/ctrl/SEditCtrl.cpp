@@ -2,20 +2,29 @@
 
 #include "wnd/SWndDialogEntry.h"
 
-SEditCtrl::SEditCtrl() : m_selectAll(false), m_noPopupMenu(false) {}
+SEditCtrl::SEditCtrl() : m_selectAll(false), m_noPopupMenu(false)
+{
+}
 
-SEditCtrl::~SEditCtrl() {}
+SEditCtrl::~SEditCtrl()
+{
+}
 
 bool SEditCtrl::CreateFromEntry(SWnd* parent, const SWndDialogEntry& entry)
 {
     static const struct {
         const char* key;
         DWORD style;
-    } kFlags[] = {{"EDIT_AUTOHSCROLL", ES_AUTOHSCROLL}, {"EDIT_AUTOVSCROLL", ES_AUTOVSCROLL},
-                  {"EDIT_HSCROLL", WS_HSCROLL},         {"EDIT_VSCROLL", WS_VSCROLL},
-                  {"EDIT_READONLY", ES_READONLY},       {"EDIT_NEVERHIDESELECTION", ES_NOHIDESEL},
-                  {"EDIT_LOWER", ES_LOWERCASE},         {"EDIT_UPPER", ES_UPPERCASE},
-                  {"EDIT_MULTILINE", ES_MULTILINE},     {"EDIT_PASSWORD", ES_PASSWORD},
+    } kFlags[] = {{"EDIT_AUTOHSCROLL", ES_AUTOHSCROLL},
+                  {"EDIT_AUTOVSCROLL", ES_AUTOVSCROLL},
+                  {"EDIT_HSCROLL", WS_HSCROLL},
+                  {"EDIT_VSCROLL", WS_VSCROLL},
+                  {"EDIT_READONLY", ES_READONLY},
+                  {"EDIT_NEVERHIDESELECTION", ES_NOHIDESEL},
+                  {"EDIT_LOWER", ES_LOWERCASE},
+                  {"EDIT_UPPER", ES_UPPERCASE},
+                  {"EDIT_MULTILINE", ES_MULTILINE},
+                  {"EDIT_PASSWORD", ES_PASSWORD},
                   {"EDIT_NUMBER", ES_NUMBER}};
     DWORD style = 0;
     for (const auto& flag : kFlags)

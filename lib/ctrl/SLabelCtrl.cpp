@@ -40,14 +40,14 @@ private:
 
 int NormalizeAlign(int align)
 {
-    int h = align & 3;  // 3, 2, 1 or 0: the low bits decide
+    int h = align & 3;   // 3, 2, 1 or 0: the low bits decide
     int v = (align & SLabelCtrl::ALIGN_BOTTOM) ? SLabelCtrl::ALIGN_BOTTOM
-          : (align & SLabelCtrl::ALIGN_MIDDLE) ? SLabelCtrl::ALIGN_MIDDLE
+        : (align & SLabelCtrl::ALIGN_MIDDLE)   ? SLabelCtrl::ALIGN_MIDDLE
                                                : 0;
     return h | v;
 }
 
-}  // namespace
+}   // namespace
 
 SLabelCtrl::SLabelCtrl()
     : m_font(nullptr), m_textColor(GetSysColor(COLOR_BTNTEXT)),
@@ -55,14 +55,16 @@ SLabelCtrl::SLabelCtrl()
 {
 }
 
-SLabelCtrl::~SLabelCtrl() {}
+SLabelCtrl::~SLabelCtrl()
+{
+}
 
 int SLabelCtrl::AlignOfWord(const char* word)
 {
     static const struct {
         const char* word;
         int value;
-    } kWords[] = {{"_LEFT", ALIGN_LEFT},     {"_CENTER", ALIGN_CENTER}, {"_RIGHT", ALIGN_RIGHT},
+    } kWords[] = {{"_LEFT", ALIGN_LEFT},       {"_CENTER", ALIGN_CENTER}, {"_RIGHT", ALIGN_RIGHT},
                   {"_JUSTIFY", ALIGN_JUSTIFY}, {"_TOP", ALIGN_TOP},       {"_MIDDLE", ALIGN_MIDDLE},
                   {"_BOTTOM", ALIGN_BOTTOM}};
     if (!word)

@@ -56,10 +56,10 @@ private:
     void DrawText(HDC dc, const RECT& client);
     void RedrawNow();
 
-    HFONT m_font;          // not owned: the font given by WM_SETFONT, or null
+    HFONT m_font;   // not owned: the font given by WM_SETFONT, or null
     COLORREF m_textColor;
     COLORREF m_backColor;
     bool m_transparent;
-    bool m_erased;         // drawn on erase since the last WM_PAINT
+    bool m_erased;   // drawn on erase since the last WM_PAINT
     int m_align;
 };

@@ -82,8 +82,8 @@ int SListCtrl::InsertString(const char* text, int position, uint32_t value1, uin
     item->values[1] = value2;
     item->values[2] = value3;
     LRESULT index = position >= 0
-                        ? Send(LB_INSERTSTRING, (WPARAM)position, (LPARAM)item->text.Text())
-                        : Send(LB_ADDSTRING, 0, (LPARAM)item->text.Text());
+        ? Send(LB_INSERTSTRING, (WPARAM)position, (LPARAM)item->text.Text())
+        : Send(LB_ADDSTRING, 0, (LPARAM)item->text.Text());
     if (index < 0) {
         delete item;
         return -1;
@@ -101,8 +101,7 @@ int SListCtrl::InsertStrings(const SStringArray* strings, int position, uint32_t
         position = -1;
     int count = strings->GetCount();
     for (int i = 0; i < count; i++)
-        InsertString(strings->GetText(i), position < 0 ? -1 : position + i, value1, value2,
-                     value3);
+        InsertString(strings->GetText(i), position < 0 ? -1 : position + i, value1, value2, value3);
     return count;
 }
 

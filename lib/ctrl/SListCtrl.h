@@ -30,8 +30,8 @@ public:
     // position is negative (LB_ADDSTRING). Returns the item's index; -1 when
     // the control has no window or the list box refuses the item (a position
     // beyond the last item, no memory).
-    int InsertString(const char* text, int position = -1, uint32_t value1 = 0,
-                     uint32_t value2 = 0, uint32_t value3 = 0);
+    int InsertString(const char* text, int position = -1, uint32_t value1 = 0, uint32_t value2 = 0,
+                     uint32_t value3 = 0);
     // Inserts every string of the array in array order. A position below -1
     // or above the item count counts as -1: each string is appended;
     // otherwise string i goes to position + i. Returns the array's count; 0

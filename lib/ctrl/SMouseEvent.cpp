@@ -5,19 +5,32 @@
 int SMouseEvent::CodeOf(UINT msg)
 {
     switch (msg) {
-    case WM_LBUTTONDOWN: return LEFT | DOWN;
-    case WM_LBUTTONUP: return LEFT | UP;
-    case WM_LBUTTONDBLCLK: return LEFT | DOUBLE;
-    case WM_RBUTTONDOWN: return RIGHT | DOWN;
-    case WM_RBUTTONUP: return RIGHT | UP;
-    case WM_RBUTTONDBLCLK: return RIGHT | DOUBLE;
-    case WM_MBUTTONDOWN: return MIDDLE | DOWN;
-    case WM_MBUTTONUP: return MIDDLE | UP;
-    case WM_MBUTTONDBLCLK: return MIDDLE | DOUBLE;
-    case SWM_MOUSEEXTRA1: return EXTRA | LEFT;
-    case SWM_MOUSEEXTRA2: return EXTRA | MIDDLE;
-    case SWM_MOUSEEXTRA3: return EXTRA | RIGHT;
-    default: return 0;
+    case WM_LBUTTONDOWN:
+        return LEFT | DOWN;
+    case WM_LBUTTONUP:
+        return LEFT | UP;
+    case WM_LBUTTONDBLCLK:
+        return LEFT | DOUBLE;
+    case WM_RBUTTONDOWN:
+        return RIGHT | DOWN;
+    case WM_RBUTTONUP:
+        return RIGHT | UP;
+    case WM_RBUTTONDBLCLK:
+        return RIGHT | DOUBLE;
+    case WM_MBUTTONDOWN:
+        return MIDDLE | DOWN;
+    case WM_MBUTTONUP:
+        return MIDDLE | UP;
+    case WM_MBUTTONDBLCLK:
+        return MIDDLE | DOUBLE;
+    case SWM_MOUSEEXTRA1:
+        return EXTRA | LEFT;
+    case SWM_MOUSEEXTRA2:
+        return EXTRA | MIDDLE;
+    case SWM_MOUSEEXTRA3:
+        return EXTRA | RIGHT;
+    default:
+        return 0;
     }
 }
 

@@ -5,9 +5,13 @@
 #include "SMouseEvent.h"
 #include "wnd/SWndDialogEntry.h"
 
-SProgressCtrl::SProgressCtrl() {}
+SProgressCtrl::SProgressCtrl()
+{
+}
 
-SProgressCtrl::~SProgressCtrl() {}
+SProgressCtrl::~SProgressCtrl()
+{
+}
 
 bool SProgressCtrl::CreateFromEntry(SWnd* parent, const SWndDialogEntry& entry)
 {

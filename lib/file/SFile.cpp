@@ -103,11 +103,15 @@ SString ReadInto(SFile& file, int length)
 // The buffers of one chunk on its way through Compress. input points at raw or,
 // for a memory-backed source, straight into the source's bytes.
 struct _SChunk {
+    enum { kIdle, kWaiting, kTaken, kDone };
+
     unsigned char* raw = nullptr;      // owned; kChunk bytes
     unsigned char* packed = nullptr;   // owned; header + kPacked bytes
     const unsigned char* input = nullptr;
     int rawLength = 0;
     int packedLength = 0;   // header included
+    int index = 0;          // the chunk's number in the stream
+    int state = kIdle;      // guarded by the packer's mutex
 
     ~_SChunk()
     {
@@ -134,69 +138,97 @@ struct _SChunk {
     }
 };
 
-// One helper thread that packs a chunk while the caller packs the next one.
-// The caller alone reads the source, writes the destination and reports
-// progress, so the output and the callbacks come in the same order as with
-// one thread.
-class _SPackThread {
+// A few chunk slots shared by the caller and at most one helper thread.
+// Chunks are packed by whichever thread is free, lowest number first; the
+// caller alone reads the source, reports progress and writes the chunks, in
+// order, so the output and the callbacks are those of a single thread.
+class _SPacker {
 public:
-    ~_SPackThread()
+    enum { kSlots = 4 };
+
+    _SChunk slots[kSlots];
+
+    ~_SPacker()
     {
-        if (!m_thread.joinable())
+        if (!m_helper.joinable())
             return;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_quit = true;
         }
-        m_wake.notify_one();
-        m_thread.join();
+        m_wakeHelper.notify_one();
+        m_helper.join();   // waits for a chunk being packed
     }
     // False when no thread can be started; the caller then packs alone.
-    bool Start()
+    bool StartHelper()
     {
         try {
-            m_thread = std::thread(&_SPackThread::Run, this);
+            m_helper = std::thread(&_SPacker::Run, this);
         } catch (...) {
             return false;
         }
         return true;
     }
-    void Post(_SChunk* chunk)
+    // Hands a filled slot over for packing.
+    void Offer(_SChunk& chunk)
     {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
-            m_job = chunk;
+            chunk.state = _SChunk::kWaiting;
         }
-        m_wake.notify_one();
+        m_wakeHelper.notify_one();
     }
-    void Wait()
+    // Returns once chunk is packed, packing waiting chunks meanwhile.
+    void Finish(_SChunk& chunk)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_done.wait(lock, [this] { return m_job == nullptr; });
+        while (chunk.state != _SChunk::kDone) {
+            _SChunk* job = Claim();
+            if (!job) {
+                m_wakeCaller.wait(lock);
+                continue;
+            }
+            lock.unlock();
+            job->Pack();
+            lock.lock();
+            job->state = _SChunk::kDone;
+        }
+        chunk.state = _SChunk::kIdle;
     }
 
 private:
+    // The lowest-numbered chunk waiting to be packed, now marked as taken.
+    _SChunk* Claim()
+    {
+        _SChunk* best = nullptr;
+        for (_SChunk& chunk : slots) {
+            if (chunk.state == _SChunk::kWaiting && (!best || chunk.index < best->index))
+                best = &chunk;
+        }
+        if (best)
+            best->state = _SChunk::kTaken;
+        return best;
+    }
     void Run()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         for (;;) {
-            m_wake.wait(lock, [this] { return m_job != nullptr || m_quit; });
-            if (!m_job)
+            _SChunk* job = nullptr;
+            m_wakeHelper.wait(lock, [&] { return m_quit || (job = Claim()) != nullptr; });
+            if (!job)
                 return;
-            _SChunk* job = m_job;
             lock.unlock();
             job->Pack();
             lock.lock();
-            m_job = nullptr;
-            m_done.notify_one();
+            job->state = _SChunk::kDone;
+            m_wakeCaller.notify_one();
         }
     }
 
-    std::thread m_thread;
+    std::thread m_helper;
     std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::condition_variable m_done;
-    _SChunk* m_job = nullptr;   // not owned; the chunk being packed
+    std::condition_variable m_wakeHelper;
+    std::condition_variable m_wakeCaller;
     bool m_quit = false;
 };
 
@@ -409,56 +441,52 @@ int SFile::Compress(SFile* destination, int count, int value)
 
     const int chunks = count / kChunk + (count % kChunk ? 1 : 0);
     const bool inPlace = IsMemory() && GetMemory();
-    _SChunk slots[2];
-    int slotCount = chunks > 1 ? 2 : 1;
+    const int slotCount = chunks < _SPacker::kSlots ? chunks : _SPacker::kSlots;
+    std::unique_ptr<_SPacker> packer(new (std::nothrow) _SPacker);
+    if (!packer)
+        return 0;
     for (int i = 0; i < slotCount; i++) {
-        if (!slots[i].Allocate(!inPlace))
+        if (!packer->slots[i].Allocate(!inPlace))
             return 0;
     }
-    _SPackThread helper;
-    if (slotCount == 2 && !helper.Start())
-        slotCount = 1;
+    if (chunks > 1)
+        packer->StartHelper();
 
     const int start = Tell();
     unsigned char header[4];
     PutLE32(header, (uint32_t)chunks);
     int written = destination->Write(header, 4);
 
-    for (int first = 0; first < chunks; first += slotCount) {
-        int group = chunks - first < slotCount ? chunks - first : slotCount;
-        for (int j = 0; j < group; j++) {
-            _SChunk& slot = slots[j];
-            int done = (first + j) * kChunk;
-            slot.rawLength = count - done < kChunk ? count - done : kChunk;
+    int read = 0;   // chunks handed to the packer
+    for (int done = 0; done < chunks; done++) {
+        // Keep every slot filled, so both threads find work.
+        for (; read < chunks && read < done + slotCount; read++) {
+            _SChunk& chunk = packer->slots[read % slotCount];
+            int offset = read * kChunk;
+            chunk.index = read;
+            chunk.rawLength = count - offset < kChunk ? count - offset : kChunk;
             if (inPlace) {
-                slot.input = GetMemory() + Tell();
-                Skip(slot.rawLength);
+                chunk.input = GetMemory() + Tell();
+                Skip(chunk.rawLength);
             } else {
-                int n = Read(slot.raw, slot.rawLength);
+                int n = Read(chunk.raw, chunk.rawLength);
                 if (n < 0)
                     n = 0;
                 // A source that comes up short sends zeros for what it lacks.
-                memset(slot.raw + n, 0, (size_t)(slot.rawLength - n));
-                slot.input = slot.raw;
+                memset(chunk.raw + n, 0, (size_t)(chunk.rawLength - n));
+                chunk.input = chunk.raw;
             }
-            // The first chunk of a pair goes to the helper; the caller packs
-            // the second while the helper works.
-            if (group == 2 && j == 0)
-                helper.Post(&slot);
+            packer->Offer(chunk);
         }
-        slots[group - 1].Pack();
-        if (group == 2)
-            helper.Wait();
-
-        for (int j = 0; j < group; j++) {
-            int64_t done = (int64_t)(first + j) * kChunk;
-            if (m_compressProgress && !m_compressProgress((int)(done * 1000 / count), value)) {
-                // Leave the source where one chunk at a time would have.
-                Seek(ClampToInt(start + done));
-                return 0;
-            }
-            written += destination->Write(slots[j].packed, slots[j].packedLength);
+        _SChunk& chunk = packer->slots[done % slotCount];
+        packer->Finish(chunk);
+        int64_t offset = (int64_t)done * kChunk;
+        if (m_compressProgress && !m_compressProgress((int)(offset * 1000 / count), value)) {
+            // Leave the source where one chunk at a time would have.
+            Seek(ClampToInt(start + offset));
+            return 0;
         }
+        written += destination->Write(chunk.packed, chunk.packedLength);
     }
     return written;
 }

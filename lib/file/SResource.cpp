@@ -40,7 +40,7 @@ int64_t DataBound(uint32_t size, bool compress)
     return 4 + chunks * (kChunkHeader + (int64_t)compressBound(kChunk));
 }
 
-} // namespace
+}   // namespace
 
 SResource::SResource() = default;
 
@@ -130,8 +130,7 @@ bool SResource::Write(SFile* destination, bool compress)
 
         unsigned char length[4];
         PutLE32(length, size);
-        if (destination->Write(length, 4) != 4 ||
-            destination->WriteString0(name) != (int)nameBytes)
+        if (destination->Write(length, 4) != 4 || destination->WriteString0(name) != (int)nameBytes)
             return false;
         if (!compress) {
             // A file that changed size since it was measured would no longer
@@ -255,7 +254,7 @@ bool SResource::ExtractAll(const char* folder, SStringArray* failures)
         knownParent = parent;
         SFilePath file;
         bool done = file.Open(path.Text(), true, true, true, false) &&
-                    ExtractEntry(&file, m_index.Find(name), true);
+            ExtractEntry(&file, m_index.Find(name), true);
         file.Close();
         if (m_stopped)
             return false;

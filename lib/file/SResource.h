@@ -115,9 +115,9 @@ private:
     bool m_compressed = false;
     SResourceIndex m_index;
     SDisk m_disk;
-    SResourceProgress m_progress = nullptr; // not owned (a function)
+    SResourceProgress m_progress = nullptr;   // not owned (a function)
     int m_progressValue = 0;
-    int m_entryDone = 0;    // entries done while a progress report runs
+    int m_entryDone = 0;   // entries done while a progress report runs
     int m_entryCount = 0;
-    bool m_stopped = false; // the callback asked to stop
+    bool m_stopped = false;   // the callback asked to stop
 };

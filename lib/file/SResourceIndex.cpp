@@ -10,11 +10,10 @@ namespace {
 
 uint32_t GetLE32(const unsigned char* p)
 {
-    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) |
-           ((uint32_t)p[3] << 24);
+    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) | ((uint32_t)p[3] << 24);
 }
 
-} // namespace
+}   // namespace
 
 SResourceIndex::SResourceIndex()
 {

@@ -76,10 +76,10 @@ private:
     // Rebuilds the table with room for at least count names.
     bool Grow(int count);
 
-    SStringArray m_names;         // owns its strings; SARRAY_NOCASE
-    SArray<void*> m_values;       // owned values (free()), null for read entries
+    SStringArray m_names;     // owns its strings; SARRAY_NOCASE
+    SArray<void*> m_values;   // owned values (free()), null for read entries
     SArray<int> m_offsets;
     SArray<uint32_t> m_lengths;
-    int* m_table = nullptr;       // owned; entry index + 1 per slot, 0 = free
-    int m_tableSize = 0;          // a power of two, or 0 before the first entry
+    int* m_table = nullptr;   // owned; entry index + 1 per slot, 0 = free
+    int m_tableSize = 0;      // a power of two, or 0 before the first entry
 };

@@ -98,8 +98,8 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     while (failures < MAX_FAILURES) {
         uint32_t read = 0;
         if (!ReadChunk(request.h, buffer.p, (uint32_t)chunkSize, &read)) {
-            // Retried at once: a pause would only slow down a link that has
-            // already dropped.
+            // Retried at once, without a pause: the two limits bound the
+            // attempts.
             failures++;
             continue;
         }
@@ -113,6 +113,8 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
         received += (int)read;
         int answer =
             OnProgress(total, received - (int)read, read, buffer.p, destination, userValue);
+        // A short write is not checked here: it leaves the file smaller than
+        // the download, which the caller's size check sees.
         if (answer == 1)
             failures = MAX_FAILURES;
         else if (answer != 2)

@@ -15,26 +15,21 @@ LRESULT SThread::_SWnd::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
         m_thread = (SThread*)lParam;
         return 0;
     case SWM_THREADNOTIFY:
-        if (m_thread) {
-            SValue* value = (SValue*)lParam;
-            // A value that no slot holds belongs to a run whose slots were
-            // already freed (a restart or the destructor): nothing to deliver.
-            if (m_thread->HoldsSlot(value)) {
-                m_thread->OnNotify((int)wParam, value);
-                m_thread->ReleaseSlot(value);
-            }
-        }
+    case SWM_THREADMESSAGE: {
+        // The slot is emptied before the handler runs and the value freed
+        // after it, so a handler may even destroy the thread object. A value
+        // that no slot holds belongs to a run whose slots were already freed
+        // (a restart or the destructor): nothing to deliver.
+        SValue* value = (SValue*)lParam;
+        if (!m_thread || !m_thread->TakeSlot(value))
+            return 0;
+        if (msg == SWM_THREADNOTIFY)
+            m_thread->OnNotify((int)wParam, value);
+        else if (m_thread->m_inLoop)
+            m_thread->OnThreadNotify((int)wParam, value);
+        delete value;
         return 0;
-    case SWM_THREADMESSAGE:
-        if (m_thread) {
-            SValue* value = (SValue*)lParam;
-            if (m_thread->HoldsSlot(value)) {
-                if (m_thread->m_inLoop)
-                    m_thread->OnThreadNotify((int)wParam, value);
-                m_thread->ReleaseSlot(value);
-            }
-        }
-        return 0;
+    }
     case SWM_THREADEND:
         if (m_thread && m_thread->m_handle) {
             CloseHandle(m_thread->m_handle);
@@ -182,7 +177,7 @@ bool SThread::PostToSlot(HWND target, UINT msg, int code, int value)
     if (!object)
         return false;
     // A slot is claimed by swapping the new object into a null entry; only
-    // the receiving thread empties it again, after handling.
+    // the receiving thread empties it again, when the message arrives.
     for (int i = 0; i < SLOT_COUNT; i++) {
         if (m_slots[i])
             continue;
@@ -197,23 +192,11 @@ bool SThread::PostToSlot(HWND target, UINT msg, int code, int value)
     return false;
 }
 
-bool SThread::HoldsSlot(SValue* value) const
+bool SThread::TakeSlot(SValue* value)
 {
-    if (!value)
-        return false;
-    for (int i = 0; i < SLOT_COUNT; i++) {
-        if (m_slots[i] == value)
-            return true;
-    }
-    return false;
-}
-
-bool SThread::ReleaseSlot(SValue* value)
-{
-    for (int i = 0; i < SLOT_COUNT; i++) {
-        if (value && m_slots[i] == value) {
+    for (int i = 0; value && i < SLOT_COUNT; i++) {
+        if (m_slots[i] == value) {
             m_slots[i] = nullptr;
-            delete value;
             return true;
         }
     }

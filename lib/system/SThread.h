@@ -91,8 +91,9 @@ private:
     static DWORD WINAPI ThreadProc(void* arg);
     void Body();
     bool PostToSlot(HWND target, UINT msg, int code, int value);
-    bool HoldsSlot(SValue* value) const;
-    bool ReleaseSlot(SValue* value);
+    // Empties the slot holding value, which the caller then owns; false when
+    // no slot holds it.
+    bool TakeSlot(SValue* value);
     void FreeSlots();
     void WaitForEnd();
 

@@ -55,23 +55,19 @@ private:
     std::unordered_map<HWND, SWnd*> m_map;
 };
 
+// Never destroyed: windows of objects with static storage may outlive every
+// other static of the program.
 HandleTable& Table()
 {
-    static HandleTable table;
-    return table;
+    static HandleTable* table = new HandleTable;
+    return *table;
 }
 
-}  // namespace
+}   // namespace
 
 SWnd::SWnd()
-    : m_hWnd(nullptr),
-      m_threadId(0),
-      m_modal(false),
-      m_hasFrame(false),
-      m_hasCaption(false),
-      m_nativeProc(nullptr),
-      m_tabGroup(-1),
-      m_layoutFlags(0)
+    : m_hWnd(nullptr), m_threadId(0), m_modal(false), m_hasFrame(false), m_hasCaption(false),
+      m_nativeProc(nullptr), m_tabGroup(-1), m_layoutFlags(0)
 {
 }
 
@@ -125,17 +121,19 @@ LRESULT CALLBACK SWnd::WindowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lPa
 bool SWnd::Create(const char* title, DWORD style, DWORD exStyle, const RECT* rect, HWND parent,
                   HMENU menuOrId, LPARAM user, HINSTANCE instance, bool noClose)
 {
-    return CreateWindowOf(noClose ? SWND_CLASS_NOCLOSE : SWND_CLASS, false, title, style, exStyle, rect,
-                          parent, menuOrId, user, instance);
+    return CreateWindowOf(noClose ? SWND_CLASS_NOCLOSE : SWND_CLASS, false, title, style, exStyle,
+                          rect, parent, menuOrId, user, instance);
 }
 
 bool SWnd::CreateClass(const char* className, const char* title, DWORD style, DWORD exStyle,
-                       const RECT* rect, HWND parent, HMENU menuOrId, LPARAM user, HINSTANCE instance)
+                       const RECT* rect, HWND parent, HMENU menuOrId, LPARAM user,
+                       HINSTANCE instance)
 {
     if (!className || !*className)
         return false;
     // The library classes already use the library procedure.
-    bool library = lstrcmpiA(className, SWND_CLASS) == 0 || lstrcmpiA(className, SWND_CLASS_NOCLOSE) == 0;
+    bool library =
+        lstrcmpiA(className, SWND_CLASS) == 0 || lstrcmpiA(className, SWND_CLASS_NOCLOSE) == 0;
     return CreateWindowOf(className, !library, title, style, exStyle, rect, parent, menuOrId, user,
                           instance);
 }
@@ -151,7 +149,7 @@ bool SWnd::CreateWindowOf(const char* className, bool subclass, const char* titl
     if (!parent)
         style |= WS_POPUP;
     m_hasFrame = (style & (WS_BORDER | WS_THICKFRAME)) ||
-                 (exStyle & (WS_EX_CLIENTEDGE | WS_EX_STATICEDGE | WS_EX_WINDOWEDGE));
+        (exStyle & (WS_EX_CLIENTEDGE | WS_EX_STATICEDGE | WS_EX_WINDOWEDGE));
     m_hasCaption = (style & WS_SYSMENU) && (style & WS_CAPTION) == WS_CAPTION;
 
     int x = 0, y = 0, width = 0, height = 0;
@@ -194,8 +192,8 @@ bool SWnd::CreateWindowOf(const char* className, bool subclass, const char* titl
     return m_hWnd != nullptr;
 }
 
-bool SWnd::CreateChild(const char* className, SWnd* parent, const SWndDialogEntry& entry, DWORD addStyle,
-                       DWORD addExStyle)
+bool SWnd::CreateChild(const char* className, SWnd* parent, const SWndDialogEntry& entry,
+                       DWORD addStyle, DWORD addExStyle)
 {
     if (!parent || !parent->GetHandle())
         return false;
@@ -205,7 +203,8 @@ bool SWnd::CreateChild(const char* className, SWnd* parent, const SWndDialogEntr
     HMENU id = (HMENU)(INT_PTR)entry.id;
     if (!className)
         return Create(entry.caption.Text(), style, exStyle, &rect, parent->GetHandle(), id, 0);
-    return CreateClass(className, entry.caption.Text(), style, exStyle, &rect, parent->GetHandle(), id, 0);
+    return CreateClass(className, entry.caption.Text(), style, exStyle, &rect, parent->GetHandle(),
+                       id, 0);
 }
 
 bool SWnd::CreateFromEntry(SWnd* parent, const SWndDialogEntry& entry)
@@ -424,6 +423,11 @@ HWND SWnd::GetParent() const
 HWND SWnd::SetFocus()
 {
     return m_hWnd ? ::SetFocus(m_hWnd) : nullptr;
+}
+
+int SWnd::ShowMessage(const char* text, const char* caption, UINT type)
+{
+    return MessageBoxA(m_hWnd, text, caption, type);
 }
 
 LRESULT SWnd::Send(UINT msg, WPARAM wParam, LPARAM lParam)

@@ -15,24 +15,24 @@ class SWndDialogEntry;
 
 // Messages of the library's own numbering (WM_APP = 0x8000).
 enum : UINT {
-    SWM_CREATE = 33769,          // first message; lParam = user value; non-zero refuses
-    SWM_DIALOGREADY = 33770,     // dialog built; lParam = user value
-    SWM_OK = 33774,              // OK of a modal dialog
-    SWM_CANCEL = 33775,          // cancel of a modal dialog
-    SWM_DROPFILES = 33776,       // wParam = SStringArray* of dropped paths
-    SWM_MOUSEEXTRA1 = 33783,     // the three extra mouse events of the controls
+    SWM_CREATE = 33769,        // first message; lParam = user value; non-zero refuses
+    SWM_DIALOGREADY = 33770,   // dialog built; lParam = user value
+    SWM_OK = 33774,            // OK of a modal dialog
+    SWM_CANCEL = 33775,        // cancel of a modal dialog
+    SWM_DROPFILES = 33776,     // wParam = SStringArray* of dropped paths
+    SWM_MOUSEEXTRA1 = 33783,   // the three extra mouse events of the controls
     SWM_MOUSEEXTRA2 = 33784,
     SWM_MOUSEEXTRA3 = 33785,
-    SWM_CAPTUREMOVE = 33797,     // captured mouse moved; wParam = capture kind
-    SWM_CAPTUREEND = 33798,      // captured button released; wParam = capture kind
-    SWM_CAPTURELOST = 33799,     // capture taken away; wParam = capture kind
-    SWM_THREADNOTIFY = 34778,    // worker notification; wParam = code, lParam = value
-    SWM_THREADMESSAGE = 34779,   // message to the worker
-    SWM_THREADEND = 34780,       // worker ended
-    SWM_COMMAND = 35779,         // control command; wParam = the control's SWnd*
-    SWM_TOOLBARRESIZED = 35808,  // wParam = the tool bar host
-    SWM_LABELMOUSE = 35868,      // label mouse event; wParam = control, lParam = event
-    SWM_PROGRESSMOUSE = 35958,   // progress bar mouse event
+    SWM_CAPTUREMOVE = 33797,      // captured mouse moved; wParam = capture kind
+    SWM_CAPTUREEND = 33798,       // captured button released; wParam = capture kind
+    SWM_CAPTURELOST = 33799,      // capture taken away; wParam = capture kind
+    SWM_THREADNOTIFY = 34778,     // worker notification; wParam = code, lParam = value
+    SWM_THREADMESSAGE = 34779,    // message to the worker
+    SWM_THREADEND = 34780,        // worker ended
+    SWM_COMMAND = 35779,          // control command; wParam = the control's SWnd*
+    SWM_TOOLBARRESIZED = 35808,   // wParam = the tool bar host
+    SWM_LABELMOUSE = 35868,       // label mouse event; wParam = control, lParam = event
+    SWM_PROGRESSMOUSE = 35958,    // progress bar mouse event
 };
 
 // Window class names registered by SWndApp::Init.
@@ -117,6 +117,9 @@ public:
     HWND SetFocus();
     LRESULT Send(UINT msg, WPARAM wParam = 0, LPARAM lParam = 0);
     BOOL Post(UINT msg, WPARAM wParam = 0, LPARAM lParam = 0);
+    // A message box owned by this window (none when there is no window);
+    // returns the pressed button's id, or 0 when the box cannot be shown.
+    int ShowMessage(const char* text, const char* caption, UINT type);
     BOOL Destroy();
     BOOL IsVisible() const;
     // The control identifier (GetWindowLongA GWL_ID); 0 without a window.
@@ -150,19 +153,19 @@ protected:
 
 private:
     bool CreateWindowOf(const char* className, bool subclass, const char* title, DWORD style,
-                        DWORD exStyle, const RECT* rect, HWND parent, HMENU menuOrId,
-                        LPARAM user, HINSTANCE instance);
+                        DWORD exStyle, const RECT* rect, HWND parent, HMENU menuOrId, LPARAM user,
+                        HINSTANCE instance);
     LRESULT OnDropFiles(HDROP drop);
     // Forgets every window of the handle table (application shutdown).
     static void ClearHandleTable();
     bool MoveTabFocus(bool backward);
 
-    HWND m_hWnd;           // null while no window exists
+    HWND m_hWnd;   // null while no window exists
     DWORD m_threadId;
     bool m_modal;
     bool m_hasFrame;
     bool m_hasCaption;
-    WNDPROC m_nativeProc;  // the subclassed control's own procedure, or null
+    WNDPROC m_nativeProc;   // the subclassed control's own procedure, or null
     int m_tabGroup;
     uint32_t m_layoutFlags;
 

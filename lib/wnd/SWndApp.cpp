@@ -35,7 +35,7 @@ struct SDirectSound {
         void* GetCaps;
         void* DuplicateSoundBuffer;
         HRESULT(WINAPI* SetCooperativeLevel)(SDirectSound*, HWND, DWORD);
-    }* vtable;
+    } * vtable;
 };
 typedef HRESULT(WINAPI* DirectSoundCreate8Proc)(const GUID*, SDirectSound**, void*);
 typedef int(WINAPI* WSAStartupProc)(WORD, void*);
@@ -63,7 +63,7 @@ struct AppState {
     HMODULE winsock = nullptr;
     HMODULE dsound = nullptr;
     SDirectSound* sound = nullptr;
-    SWnd* captureTarget = nullptr;  // not owned
+    SWnd* captureTarget = nullptr;   // not owned
     int captureKind = 0;
     char keyNames[256][32] = {};
 };
@@ -115,8 +115,8 @@ void FillKeyNames(AppState& state)
         LONG code = (LONG)(scan << 16);
         // The navigation block shares scan codes with the keypad; the
         // extended bit picks the dedicated keys.
-        if ((vk >= VK_PRIOR && vk <= VK_DOWN) || vk == VK_INSERT || vk == VK_DELETE || vk == VK_DIVIDE ||
-            vk == VK_NUMLOCK)
+        if ((vk >= VK_PRIOR && vk <= VK_DOWN) || vk == VK_INSERT || vk == VK_DELETE ||
+            vk == VK_DIVIDE || vk == VK_NUMLOCK)
             code |= 1 << 24;
         if (GetKeyNameTextA(code, state.keyNames[vk], 32) <= 0)
             state.keyNames[vk][0] = 0;
@@ -197,8 +197,7 @@ void StartSound(AppState& state)
             return;
         // A device busy or without driver often comes free a moment later.
         DWORD start = GetTickCount();
-        while (GetTickCount() - start < 500) {
-        }
+        while (GetTickCount() - start < 500) {}
     }
 }
 
@@ -238,11 +237,15 @@ SString Strip(const SString& word, bool stripQuotes)
     return word;
 }
 
-}  // namespace
+}   // namespace
 
-SWndApp::SWndApp() {}
+SWndApp::SWndApp()
+{
+}
 
-SWndApp::~SWndApp() {}
+SWndApp::~SWndApp()
+{
+}
 
 bool SWndApp::IsInitialized()
 {
@@ -284,7 +287,8 @@ bool SWndApp::Init(HINSTANCE instance, bool noCom, bool sockets, bool sound)
 
     // The native controls of the library (progress bar, status bar) need the
     // common-control classes registered.
-    INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_WIN95_CLASSES | ICC_PROGRESS_CLASS | ICC_BAR_CLASSES};
+    INITCOMMONCONTROLSEX controls = {sizeof(controls),
+                                     ICC_WIN95_CLASSES | ICC_PROGRESS_CLASS | ICC_BAR_CLASSES};
     InitCommonControlsEx(&controls);
     RegisterClasses(state.instance);
 
@@ -306,9 +310,10 @@ bool SWndApp::Init(HINSTANCE instance, bool noCom, bool sockets, bool sound)
     // imports neither library.
     if (sockets) {
         state.winsock = LoadLibraryA("ws2_32.dll");
-        WSAStartupProc start =
-            state.winsock ? (WSAStartupProc)(void*)GetProcAddress(state.winsock, "WSAStartup") : nullptr;
-        char data[1024];  // larger than any WSADATA
+        WSAStartupProc start = state.winsock
+            ? (WSAStartupProc)(void*)GetProcAddress(state.winsock, "WSAStartup")
+            : nullptr;
+        char data[1024];   // larger than any WSADATA
         state.socketsStarted = start && start(0x0202, data) == 0;
     }
     if (sound)
@@ -504,10 +509,11 @@ int SWndApp::RunModalLoop(SWnd* window, bool* wait, SWndIdleProc idle, void* idl
 
 int SWndApp::DrainQueue()
 {
+    // PM_REMOVE with the queue-kind bits 0x70000 (keys, mouse moves, mouse
+    // buttons) in the filter's upper word.
     MSG msg;
     int count = 0;
-    while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE | PM_QS_INPUT | PM_QS_POSTMESSAGE | PM_QS_PAINT |
-                                                  PM_QS_SENDMESSAGE))
+    while (PeekMessageA(&msg, nullptr, 0, 0, 0x70001))
         count++;
     return count;
 }
@@ -666,13 +672,15 @@ LRESULT SWndApp::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
             return 0;
         case WM_LBUTTONUP:
         case WM_RBUTTONUP:
-            if ((msg == WM_LBUTTONUP && state.captureKind == 1) || (msg == WM_RBUTTONUP && state.captureKind == 4)) {
+            if ((msg == WM_LBUTTONUP && state.captureKind == 1) ||
+                (msg == WM_RBUTTONUP && state.captureKind == 4)) {
                 ClientToScreen(GetHandle(), &point);
                 // Cleared first: the capture change that ReleaseCapture
                 // causes is then not reported as a loss.
                 state.captureTarget = nullptr;
                 ReleaseCapture();
-                target->Send(SWM_CAPTUREEND, (WPARAM)state.captureKind, MAKELPARAM(point.x, point.y));
+                target->Send(SWM_CAPTUREEND, (WPARAM)state.captureKind,
+                             MAKELPARAM(point.x, point.y));
                 return 0;
             }
             break;

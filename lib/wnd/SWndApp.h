@@ -20,7 +20,7 @@ enum SWndAppFont {
     SWND_FONT_MENU = 2,
     SWND_FONT_STATUS = 3,
     SWND_FONT_MESSAGE = 4,
-    SWND_FONT_SMALL = 5,  // 8 points, the message font's face
+    SWND_FONT_SMALL = 5,   // 8 points, the message font's face
     SWND_FONT_COUNT = 6
 };
 
@@ -67,8 +67,8 @@ public:
     // without a handle.
     static int RunModalLoop(SWnd* window, bool* wait, SWndIdleProc idle = nullptr,
                             void* idleArg = nullptr);
-    // Removes every waiting message without dispatching any; returns the
-    // number removed.
+    // Removes the waiting keyboard and mouse messages without dispatching
+    // any (PeekMessageA with 0x70001); returns the number removed.
     static int DrainQueue();
 
     // Modeless dialogs whose keyboard messages go through IsDialogMessageA in

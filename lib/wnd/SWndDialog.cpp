@@ -53,7 +53,7 @@ int Shift(uint32_t flags, int delta, uint32_t whole, uint32_t half, uint32_t qua
     return 0;
 }
 
-}  // namespace
+}   // namespace
 
 SWndDialog::SWndDialog()
     : m_statusBar(nullptr), m_backBrush(nullptr), m_lastFocus(nullptr), m_moveWithMouse(false)
@@ -71,8 +71,9 @@ SWndDialog::~SWndDialog()
     DestroyRows();
 }
 
-bool SWndDialog::CreateFromText(SFile* document, HWND parent, SResource* archive, bool popup, LPARAM user,
-                                SWndNameToCommand toolBarCommand, SWndNameToCommand menuCommand)
+bool SWndDialog::CreateFromText(SFile* document, HWND parent, SResource* archive, bool popup,
+                                LPARAM user, SWndNameToCommand toolBarCommand,
+                                SWndNameToCommand menuCommand)
 {
     // The archive's entries (icon, image, shape, menu, tool bar) and the two
     // name mappings serve widgets the library's dialogs here do not build.
@@ -183,14 +184,20 @@ bool SWndDialog::Build(HWND parent, bool popup, LPARAM user)
 SWnd* SWndDialog::NewControl(const SWndDialogEntry& entry)
 {
     switch (entry.type) {
-    case SWND_TYPE_LABEL: return new SLabelCtrl();
-    case SWND_TYPE_PROGRESS: return new SProgressCtrl();
-    case SWND_TYPE_LIST: return new SListCtrl();
-    case SWND_TYPE_EDIT: return new SEditCtrl();
-    case SWND_TYPE_BUTTON: return new SButtonCtrl();
+    case SWND_TYPE_LABEL:
+        return new SLabelCtrl();
+    case SWND_TYPE_PROGRESS:
+        return new SProgressCtrl();
+    case SWND_TYPE_LIST:
+        return new SListCtrl();
+    case SWND_TYPE_EDIT:
+        return new SEditCtrl();
+    case SWND_TYPE_BUTTON:
+        return new SButtonCtrl();
     // The widget library's types are built as plain windows with their
     // position and caption, so a document naming them still loads.
-    default: return new SWnd();
+    default:
+        return new SWnd();
     }
 }
 
@@ -231,7 +238,8 @@ void SWndDialog::CreateStatusBar(const SString& texts)
     if (count < 1)
         return;
     SWnd* bar = new SWnd();
-    if (!bar->CreateClass(STATUSCLASSNAMEA, "", WS_CHILD | WS_VISIBLE, 0, nullptr, GetHandle(), nullptr, 0)) {
+    if (!bar->CreateClass(STATUSCLASSNAMEA, "", WS_CHILD | WS_VISIBLE, 0, nullptr, GetHandle(),
+                          nullptr, 0)) {
         delete bar;
         return;
     }
@@ -344,11 +352,15 @@ void SWndDialog::LayOut(int width, int height)
         if (!flags || !control->GetHandle())
             continue;
         int x = (int)m_layoutRects.GetAt(i * 4) +
-                Shift(flags, dx, SWND_AUTORIGHT, SWND_AUTOCENTER | SWND_AUTORIGHTHALF, SWND_AUTOCENTERHALF);
+            Shift(flags, dx, SWND_AUTORIGHT, SWND_AUTOCENTER | SWND_AUTORIGHTHALF,
+                  SWND_AUTOCENTERHALF);
         int y = (int)m_layoutRects.GetAt(i * 4 + 1) +
-                Shift(flags, dy, SWND_AUTOBOTTOM, SWND_AUTOMIDDLE | SWND_AUTOBOTTOMHALF, SWND_AUTOMIDDLEHALF);
-        int w = (int)m_layoutRects.GetAt(i * 4 + 2) + Shift(flags, dx, SWND_AUTOWIDTH, SWND_AUTOWIDTHHALF, 0);
-        int h = (int)m_layoutRects.GetAt(i * 4 + 3) + Shift(flags, dy, SWND_AUTOHEIGHT, SWND_AUTOHEIGHTHALF, 0);
+            Shift(flags, dy, SWND_AUTOBOTTOM, SWND_AUTOMIDDLE | SWND_AUTOBOTTOMHALF,
+                  SWND_AUTOMIDDLEHALF);
+        int w = (int)m_layoutRects.GetAt(i * 4 + 2) +
+            Shift(flags, dx, SWND_AUTOWIDTH, SWND_AUTOWIDTHHALF, 0);
+        int h = (int)m_layoutRects.GetAt(i * 4 + 3) +
+            Shift(flags, dy, SWND_AUTOHEIGHT, SWND_AUTOHEIGHTHALF, 0);
         control->Move(x, y, w < 0 ? 0 : w, h < 0 ? 0 : h, true);
     }
 }

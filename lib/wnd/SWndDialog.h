@@ -19,14 +19,14 @@ class SResource;
 // dialog's client area grows by dx, dy from its built size, a control moves
 // or grows by that change (whole or half) as its flags say.
 enum : uint32_t {
-    SWND_AUTOLEFT = 0x1,          // stays (the default)
-    SWND_AUTOCENTER = 0x2,        // moves by dx / 2
-    SWND_AUTOCENTERHALF = 0x4,    // moves by dx / 4
-    SWND_AUTORIGHT = 0x8,         // moves by dx
-    SWND_AUTORIGHTHALF = 0x10,    // moves by dx / 2
-    SWND_AUTOWIDTH = 0x20,        // grows by dx
-    SWND_AUTOWIDTHHALF = 0x40,    // grows by dx / 2
-    SWND_AUTOTOP = 0x100,         // the same for dy
+    SWND_AUTOLEFT = 0x1,         // stays (the default)
+    SWND_AUTOCENTER = 0x2,       // moves by dx / 2
+    SWND_AUTOCENTERHALF = 0x4,   // moves by dx / 4
+    SWND_AUTORIGHT = 0x8,        // moves by dx
+    SWND_AUTORIGHTHALF = 0x10,   // moves by dx / 2
+    SWND_AUTOWIDTH = 0x20,       // grows by dx
+    SWND_AUTOWIDTHHALF = 0x40,   // grows by dx / 2
+    SWND_AUTOTOP = 0x100,        // the same for dy
     SWND_AUTOMIDDLE = 0x200,
     SWND_AUTOMIDDLEHALF = 0x400,
     SWND_AUTOBOTTOM = 0x800,
@@ -52,8 +52,8 @@ public:
     // message, when the dialog already has a window, the document is null or
     // fails to parse (GetDesc().GetErrorLine() names the line), or the
     // window cannot be created.
-    bool CreateFromText(SFile* document, HWND parent, SResource* archive, bool popup,
-                        LPARAM user, SWndNameToCommand toolBarCommand = nullptr,
+    bool CreateFromText(SFile* document, HWND parent, SResource* archive, bool popup, LPARAM user,
+                        SWndNameToCommand toolBarCommand = nullptr,
                         SWndNameToCommand menuCommand = nullptr);
     // The same from a parsed description (copied into the dialog).
     bool CreateFromDesc(const SWndDialogDesc& desc, HWND parent, bool popup, LPARAM user);
@@ -99,16 +99,16 @@ private:
     void LayOut(int width, int height);
 
     SWndDialogDesc m_desc;
-    SArray<SWnd*> m_controls;     // owns the control objects
+    SArray<SWnd*> m_controls;   // owns the control objects
     SArray<intptr_t> m_ids;
     SStringArray m_names;
-    SArray<HFONT> m_fonts;        // owns the fonts; null for a control without its own
-    SWnd* m_statusBar;            // owned, or null
-    HBRUSH m_backBrush;           // owned, or null
-    SIZE m_minSize;               // window size limits; 0 when unset
+    SArray<HFONT> m_fonts;   // owns the fonts; null for a control without its own
+    SWnd* m_statusBar;       // owned, or null
+    HBRUSH m_backBrush;      // owned, or null
+    SIZE m_minSize;          // window size limits; 0 when unset
     SIZE m_maxSize;
-    SIZE m_layoutBase;            // client size the control positions refer to
-    SArray<intptr_t> m_layoutRects;  // per row: x, y, w, h at build time (4 slots)
-    HWND m_lastFocus;             // the control that had the focus when the dialog was left
+    SIZE m_layoutBase;                // client size the control positions refer to
+    SArray<intptr_t> m_layoutRects;   // per row: x, y, w, h at build time (4 slots)
+    HWND m_lastFocus;                 // the control that had the focus when the dialog was left
     bool m_moveWithMouse;
 };

@@ -12,11 +12,11 @@ const char kHeader[] = "VORLIX DIALOG 1.0.0.0";
 
 // Type names in code order; the section name is the name without blanks.
 const char* const kTypeNames[SWND_TYPE_COUNT] = {
-    "Dialog",  "Browser",  "Button",        "Check",       "Code Edit", "Combo",  "Edit",
-    "Extended List", "Group", "GUI",        "Image Editor", "Label",    "Lcd",    "Level",
-    "List",    "Media",    "Media Player",  "Panel",       "Progress",  "Property", "Radio",
-    "Rich Edit", "Scroll", "Slider",        "Splitter",    "Spread",    "Static", "Tab",
-    "Tab Doc", "Tool Bar", "Tree",          "Wave Editor", "Window"};
+    "Dialog",        "Browser",  "Button",       "Check",        "Code Edit", "Combo",    "Edit",
+    "Extended List", "Group",    "GUI",          "Image Editor", "Label",     "Lcd",      "Level",
+    "List",          "Media",    "Media Player", "Panel",        "Progress",  "Property", "Radio",
+    "Rich Edit",     "Scroll",   "Slider",       "Splitter",     "Spread",    "Static",   "Tab",
+    "Tab Doc",       "Tool Bar", "Tree",         "Wave Editor",  "Window"};
 
 struct StyleWord {
     const char* word;
@@ -26,64 +26,80 @@ struct StyleWord {
 // Style words understood by every type.
 const StyleWord kCommonWords[] = {{"WS_VISIBLE", 0x10000000}, {"WS_DISABLED", 0x08000000}};
 
-const StyleWord kDialogWords[] = {
-    {"WS_BORDER", 0x00800000},    {"WS_CAPTION", 0x00C00000},      {"WS_SYSMENU", 0x00080000},
-    {"WS_MAXIMIZEBOX", 0x00010000}, {"WS_MINIMIZEBOX", 0x00020000}, {"WS_SIZEBOX", 0x00040000},
-    {"WS_EX_CLIENTEDGE", 0x200},  {"WS_EX_STATICEDGE", 0x20000},   {"WS_EX_TOOLWINDOW", 0x80},
-    {"WS_EX_TOPMOST", 0x8}};
+const StyleWord kDialogWords[] = {{"WS_BORDER", 0x00800000},      {"WS_CAPTION", 0x00C00000},
+                                  {"WS_SYSMENU", 0x00080000},     {"WS_MAXIMIZEBOX", 0x00010000},
+                                  {"WS_MINIMIZEBOX", 0x00020000}, {"WS_SIZEBOX", 0x00040000},
+                                  {"WS_EX_CLIENTEDGE", 0x200},    {"WS_EX_STATICEDGE", 0x20000},
+                                  {"WS_EX_TOOLWINDOW", 0x80},     {"WS_EX_TOPMOST", 0x8}};
 const StyleWord kButtonWords[] = {
-    {"BS_LEFT", 0x100},     {"BS_RIGHT", 0x200},   {"BS_CENTER", 0x300},
-    {"BS_TOP", 0x400},      {"BS_BOTTOM", 0x800},  {"BS_VCENTER", 0xC00},
-    {"BS_FLAT", 0x8000},    {"BS_MULTILINE", 0x2000}, {"BS_DEFPUSHBUTTON", 0x1}};
-const StyleWord kEditWords[] = {
-    {"WS_BORDER", 0x00800000}, {"WS_HSCROLL", 0x00100000}, {"WS_VSCROLL", 0x00200000},
-    {"ES_LEFT", 0},            {"ES_CENTER", 0x1},         {"ES_RIGHT", 0x2},
-    {"ES_AUTOHSCROLL", 0x80},  {"ES_AUTOVSCROLL", 0x40},   {"ES_READONLY", 0x800},
-    {"ES_NOHIDESEL", 0x100},   {"ES_LOWERCASE", 0x10},     {"ES_UPPERCASE", 0x8},
-    {"ES_MULTILINE", 0x4},     {"ES_PASSWORD", 0x20},      {"ES_NUMBER", 0x2000},
-    {"WS_EX_CLIENTEDGE", 0x200}, {"WS_EX_STATICEDGE", 0x20000}};
+    {"BS_LEFT", 0x100},  {"BS_RIGHT", 0x200},      {"BS_CENTER", 0x300},
+    {"BS_TOP", 0x400},   {"BS_BOTTOM", 0x800},     {"BS_VCENTER", 0xC00},
+    {"BS_FLAT", 0x8000}, {"BS_MULTILINE", 0x2000}, {"BS_DEFPUSHBUTTON", 0x1}};
+const StyleWord kEditWords[] = {{"WS_BORDER", 0x00800000},    {"WS_HSCROLL", 0x00100000},
+                                {"WS_VSCROLL", 0x00200000},   {"ES_LEFT", 0},
+                                {"ES_CENTER", 0x1},           {"ES_RIGHT", 0x2},
+                                {"ES_AUTOHSCROLL", 0x80},     {"ES_AUTOVSCROLL", 0x40},
+                                {"ES_READONLY", 0x800},       {"ES_NOHIDESEL", 0x100},
+                                {"ES_LOWERCASE", 0x10},       {"ES_UPPERCASE", 0x8},
+                                {"ES_MULTILINE", 0x4},        {"ES_PASSWORD", 0x20},
+                                {"ES_NUMBER", 0x2000},        {"WS_EX_CLIENTEDGE", 0x200},
+                                {"WS_EX_STATICEDGE", 0x20000}};
 const StyleWord kListWords[] = {
-    {"WS_BORDER", 0x00800000},    {"WS_HSCROLL", 0x00100000},  {"WS_VSCROLL", 0x00200000},
-    {"LBS_MULTIPLESEL", 0x8},     {"LBS_EXTENDEDSEL", 0x800},  {"LBS_NOSEL", 0x4000},
+    {"WS_BORDER", 0x00800000},       {"WS_HSCROLL", 0x00100000},      {"WS_VSCROLL", 0x00200000},
+    {"LBS_MULTIPLESEL", 0x8},        {"LBS_EXTENDEDSEL", 0x800},      {"LBS_NOSEL", 0x4000},
     {"LBS_DISABLENOSCROLL", 0x1000}, {"LBS_NOINTEGRALHEIGHT", 0x100}, {"LBS_SORT", 0x2},
-    {"WS_EX_CLIENTEDGE", 0x200},  {"WS_EX_STATICEDGE", 0x20000}};
+    {"WS_EX_CLIENTEDGE", 0x200},     {"WS_EX_STATICEDGE", 0x20000}};
 const StyleWord kProgressWords[] = {
     {"PBS_VERTICAL", 0x4}, {"PBS_SMOOTH", 0x1}, {"PBS_MARQUEE", 0x8}};
 const StyleWord kBorderWords[] = {
     {"WS_BORDER", 0x00800000}, {"WS_EX_CLIENTEDGE", 0x200}, {"WS_EX_STATICEDGE", 0x20000}};
 const StyleWord kBrowserWords[] = {{"WS_BORDER", 0x00800000}};
 const StyleWord kGroupWords[] = {{"BS_LEFT", 0x100}, {"BS_RIGHT", 0x200}, {"BS_CENTER", 0x300}};
-const StyleWord kComboWords[] = {
-    {"WS_VSCROLL", 0x00200000}, {"CBS_SIMPLE", 0x1},         {"CBS_DROPDOWN", 0x2},
-    {"CBS_DROPDOWNLIST", 0x3},  {"CBS_AUTOHSCROLL", 0x40},   {"CBS_DISABLENOSCROLL", 0x800},
-    {"CBS_NOINTEGRALHEIGHT", 0x400}, {"CBS_SORT", 0x100}};
-const StyleWord kExListWords[] = {
-    {"WS_BORDER", 0x00800000},    {"LVS_ICON", 0},            {"LVS_REPORT", 0x1},
-    {"LVS_SMALLICON", 0x2},       {"LVS_LIST", 0x3},          {"LVS_EDITLABELS", 0x200},
-    {"LVS_AUTOARRANGE", 0x100},   {"LVS_SINGLESEL", 0x4},     {"LVS_NOLABELWRAP", 0x80},
-    {"LVS_NOSCROLL", 0x2000},     {"LVS_SHOWSELALWAYS", 0x8}, {"LVS_SORTASCENDING", 0x10},
-    {"LVS_SORTDESCENDING", 0x20}, {"LVS_NOCOLUMNHEADER", 0x4000},
-    {"WS_EX_CLIENTEDGE", 0x200},  {"WS_EX_STATICEDGE", 0x20000}};
+const StyleWord kComboWords[] = {{"WS_VSCROLL", 0x00200000},      {"CBS_SIMPLE", 0x1},
+                                 {"CBS_DROPDOWN", 0x2},           {"CBS_DROPDOWNLIST", 0x3},
+                                 {"CBS_AUTOHSCROLL", 0x40},       {"CBS_DISABLENOSCROLL", 0x800},
+                                 {"CBS_NOINTEGRALHEIGHT", 0x400}, {"CBS_SORT", 0x100}};
+const StyleWord kExListWords[] = {{"WS_BORDER", 0x00800000},
+                                  {"LVS_ICON", 0},
+                                  {"LVS_REPORT", 0x1},
+                                  {"LVS_SMALLICON", 0x2},
+                                  {"LVS_LIST", 0x3},
+                                  {"LVS_EDITLABELS", 0x200},
+                                  {"LVS_AUTOARRANGE", 0x100},
+                                  {"LVS_SINGLESEL", 0x4},
+                                  {"LVS_NOLABELWRAP", 0x80},
+                                  {"LVS_NOSCROLL", 0x2000},
+                                  {"LVS_SHOWSELALWAYS", 0x8},
+                                  {"LVS_SORTASCENDING", 0x10},
+                                  {"LVS_SORTDESCENDING", 0x20},
+                                  {"LVS_NOCOLUMNHEADER", 0x4000},
+                                  {"WS_EX_CLIENTEDGE", 0x200},
+                                  {"WS_EX_STATICEDGE", 0x20000}};
 const StyleWord kRichEditWords[] = {
     {"WS_HSCROLL", 0x00100000}, {"WS_VSCROLL", 0x00200000}, {"ES_LEFT", 0},
     {"ES_RIGHT", 0x2},          {"ES_CENTER", 0x1},         {"ES_AUTOHSCROLL", 0x80},
     {"ES_AUTOVSCROLL", 0x40},   {"ES_READONLY", 0x800},     {"ES_NOHIDESEL", 0x100},
     {"ES_WANTRETURN", 0x1000},  {"ES_SUNKEN", 0x4000},      {"WS_EX_STATICEDGE", 0x20000}};
 const StyleWord kScrollWords[] = {{"SBS_VERT", 0x1}};
-const StyleWord kSliderWords[] = {
-    {"WS_BORDER", 0x00800000}, {"TBS_TOOLTIPS", 0x100},       {"TBS_VERT", 0x2},
-    {"WS_EX_CLIENTEDGE", 0x200}, {"WS_EX_STATICEDGE", 0x20000}};
-const StyleWord kTabWords[] = {
-    {"TCS_BUTTONS", 0x100},           {"TCS_FLATBUTTONS", 0x8}, {"TCS_FOCUSNEVER", 0x8000},
-    {"TCS_FOCUSONBUTTONDOWN", 0x1000}, {"TCS_TOOLTIPS", 0x4000}};
-const StyleWord kToolBarWords[] = {
-    {"WS_BORDER", 0x00800000}, {"TBSTYLE_TOOLTIPS", 0x100}, {"WS_EX_CLIENTEDGE", 0x200},
-    {"WS_EX_STATICEDGE", 0x20000}};
+const StyleWord kSliderWords[] = {{"WS_BORDER", 0x00800000},
+                                  {"TBS_TOOLTIPS", 0x100},
+                                  {"TBS_VERT", 0x2},
+                                  {"WS_EX_CLIENTEDGE", 0x200},
+                                  {"WS_EX_STATICEDGE", 0x20000}};
+const StyleWord kTabWords[] = {{"TCS_BUTTONS", 0x100},
+                               {"TCS_FLATBUTTONS", 0x8},
+                               {"TCS_FOCUSNEVER", 0x8000},
+                               {"TCS_FOCUSONBUTTONDOWN", 0x1000},
+                               {"TCS_TOOLTIPS", 0x4000}};
+const StyleWord kToolBarWords[] = {{"WS_BORDER", 0x00800000},
+                                   {"TBSTYLE_TOOLTIPS", 0x100},
+                                   {"WS_EX_CLIENTEDGE", 0x200},
+                                   {"WS_EX_STATICEDGE", 0x20000}};
 const StyleWord kTreeWords[] = {
-    {"WS_BORDER", 0x00800000},     {"TVS_CHECKBOXES", 0x100},    {"TVS_DISABLEDRAGDROP", 0x10},
-    {"TVS_EDITLABELS", 0x8},       {"TVS_FULLROWSELECT", 0x1000}, {"TVS_HASBUTTONS", 0x1},
-    {"TVS_HASLINES", 0x2},         {"TVS_LINESATROOT", 0x4},     {"TVS_SHOWSELALWAYS", 0x20},
-    {"TVS_TRACKSELECT", 0x200},    {"WS_EX_CLIENTEDGE", 0x200},  {"WS_EX_STATICEDGE", 0x20000}};
+    {"WS_BORDER", 0x00800000},  {"TVS_CHECKBOXES", 0x100},     {"TVS_DISABLEDRAGDROP", 0x10},
+    {"TVS_EDITLABELS", 0x8},    {"TVS_FULLROWSELECT", 0x1000}, {"TVS_HASBUTTONS", 0x1},
+    {"TVS_HASLINES", 0x2},      {"TVS_LINESATROOT", 0x4},      {"TVS_SHOWSELALWAYS", 0x20},
+    {"TVS_TRACKSELECT", 0x200}, {"WS_EX_CLIENTEDGE", 0x200},   {"WS_EX_STATICEDGE", 0x20000}};
 
 struct WordList {
     const StyleWord* words;
@@ -93,18 +109,23 @@ struct WordList {
 template <int N>
 WordList List(const StyleWord (&words)[N])
 {
-    return WordList{words, N};
+    return WordList {words, N};
 }
 
 // The type-specific words; Static, Code Edit and Tab Doc have none.
 WordList TypeWords(int type)
 {
     switch (type) {
-    case SWND_TYPE_DIALOG: return List(kDialogWords);
-    case SWND_TYPE_BUTTON: return List(kButtonWords);
-    case SWND_TYPE_EDIT: return List(kEditWords);
-    case SWND_TYPE_LIST: return List(kListWords);
-    case SWND_TYPE_PROGRESS: return List(kProgressWords);
+    case SWND_TYPE_DIALOG:
+        return List(kDialogWords);
+    case SWND_TYPE_BUTTON:
+        return List(kButtonWords);
+    case SWND_TYPE_EDIT:
+        return List(kEditWords);
+    case SWND_TYPE_LIST:
+        return List(kListWords);
+    case SWND_TYPE_PROGRESS:
+        return List(kProgressWords);
     case SWND_TYPE_LABEL:
     case SWND_TYPE_CHECK:
     case SWND_TYPE_IMAGEEDITOR:
@@ -119,25 +140,38 @@ WordList TypeWords(int type)
     case SWND_TYPE_SPLITTER:
     case SWND_TYPE_SPREAD:
     case SWND_TYPE_WAVEEDITOR:
-    case SWND_TYPE_WINDOW: return List(kBorderWords);
-    case SWND_TYPE_BROWSER: return List(kBrowserWords);
-    case SWND_TYPE_GROUP: return List(kGroupWords);
-    case SWND_TYPE_COMBO: return List(kComboWords);
-    case SWND_TYPE_EXTENDEDLIST: return List(kExListWords);
-    case SWND_TYPE_RICHEDIT: return List(kRichEditWords);
-    case SWND_TYPE_SCROLL: return List(kScrollWords);
-    case SWND_TYPE_SLIDER: return List(kSliderWords);
-    case SWND_TYPE_TAB: return List(kTabWords);
-    case SWND_TYPE_TOOLBAR: return List(kToolBarWords);
-    case SWND_TYPE_TREE: return List(kTreeWords);
-    default: return WordList{nullptr, 0};
+    case SWND_TYPE_WINDOW:
+        return List(kBorderWords);
+    case SWND_TYPE_BROWSER:
+        return List(kBrowserWords);
+    case SWND_TYPE_GROUP:
+        return List(kGroupWords);
+    case SWND_TYPE_COMBO:
+        return List(kComboWords);
+    case SWND_TYPE_EXTENDEDLIST:
+        return List(kExListWords);
+    case SWND_TYPE_RICHEDIT:
+        return List(kRichEditWords);
+    case SWND_TYPE_SCROLL:
+        return List(kScrollWords);
+    case SWND_TYPE_SLIDER:
+        return List(kSliderWords);
+    case SWND_TYPE_TAB:
+        return List(kTabWords);
+    case SWND_TYPE_TOOLBAR:
+        return List(kToolBarWords);
+    case SWND_TYPE_TREE:
+        return List(kTreeWords);
+    default:
+        return WordList {nullptr, 0};
     }
 }
 
 bool MatchWord(const StyleWord* words, int count, const char* word, int length, uint32_t* value)
 {
     for (int i = 0; i < count; i++) {
-        if ((int)strlen(words[i].word) == length && memcmp(words[i].word, word, (size_t)length) == 0) {
+        if ((int)strlen(words[i].word) == length &&
+            memcmp(words[i].word, word, (size_t)length) == 0) {
             *value = words[i].value;
             return true;
         }
@@ -244,9 +278,11 @@ bool ParsePosition(const char* value, int length, SWndDialogEntry* entry)
     return true;
 }
 
-}  // namespace
+}   // namespace
 
-SWndDialogDesc::SWndDialogDesc() : m_nextFreeId(1), m_errorLine(0) {}
+SWndDialogDesc::SWndDialogDesc() : m_nextFreeId(1), m_errorLine(0)
+{
+}
 
 SWndDialogDesc::~SWndDialogDesc()
 {
@@ -412,7 +448,8 @@ bool SWndDialogDesc::Parse(const char* text, int length)
 
     int pos = 0, start = 0, lineLength = 0;
     if (!NextLine(text, length, &pos, &start, &lineLength) ||
-        lineLength != (int)sizeof(kHeader) - 1 || memcmp(text + start, kHeader, sizeof(kHeader) - 1) != 0)
+        lineLength != (int)sizeof(kHeader) - 1 ||
+        memcmp(text + start, kHeader, sizeof(kHeader) - 1) != 0)
         return false;
     int line = 1;
     if (NextLine(text, length, &pos, &start, &lineLength))
@@ -480,8 +517,8 @@ bool SWndDialogDesc::ParseSection(const char* text, int length, int* pos, int* l
     return true;
 }
 
-void SWndDialogDesc::ApplyLine(SWndDialogEntry* entry, const char* key, int keyLength, const char* value,
-                               int valueLength)
+void SWndDialogDesc::ApplyLine(SWndDialogEntry* entry, const char* key, int keyLength,
+                               const char* value, int valueLength)
 {
     if (keyLength == 0)
         return;

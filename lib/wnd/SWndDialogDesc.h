@@ -64,8 +64,8 @@ public:
 
 private:
     bool ParseSection(const char* text, int length, int* pos, int* line, bool dialog);
-    void ApplyLine(SWndDialogEntry* entry, const char* key, int keyLength,
-                   const char* value, int valueLength);
+    void ApplyLine(SWndDialogEntry* entry, const char* key, int keyLength, const char* value,
+                   int valueLength);
 
     SWndDialogEntry m_dialog;
     SArray<SWndDialogEntry*> m_controls;   // owns the entries

@@ -72,21 +72,21 @@ public:
     // The value read as a colour; SWND_COLOR_NOTSET when the key is absent.
     uint32_t GetColor(const char* key) const;
 
-    int type;               // SWndDialogType
-    int id;                 // "ID"; 0 when absent
-    SString name;           // "NAME"
-    SString caption;        // "CAPTION"
-    bool hasFont;           // "FONT" with exactly three fields
-    SString fontFace;       // empty: the default font
-    int fontSize;           // points
-    int fontFlags;          // 1 bold, 2 italic, 4 underline, 8 strike-out
-    bool hasPosition;       // "POSITION" with exactly four numbers
+    int type;           // SWndDialogType
+    int id;             // "ID"; 0 when absent
+    SString name;       // "NAME"
+    SString caption;    // "CAPTION"
+    bool hasFont;       // "FONT" with exactly three fields
+    SString fontFace;   // empty: the default font
+    int fontSize;       // points
+    int fontFlags;      // 1 bold, 2 italic, 4 underline, 8 strike-out
+    bool hasPosition;   // "POSITION" with exactly four numbers
     short x, y, width, height;
-    uint32_t style;         // "STYLE" words of this type
-    uint32_t exStyle;       // "EXSTYLE" words of this type
-    uint32_t backColor;     // "BACKCOLOR"; SWND_COLOR_NOTSET when absent
-    uint32_t textColor;     // "TEXTCOLOR"; SWND_COLOR_NOTSET when absent
-    bool transparent;       // "TRANSPARENT" non-zero
-    bool locked;            // "ISLOCKED" non-zero
-    SString properties;     // every other line as KEY=VALUE\r\n, in order
+    uint32_t style;       // "STYLE" words of this type
+    uint32_t exStyle;     // "EXSTYLE" words of this type
+    uint32_t backColor;   // "BACKCOLOR"; SWND_COLOR_NOTSET when absent
+    uint32_t textColor;   // "TEXTCOLOR"; SWND_COLOR_NOTSET when absent
+    bool transparent;     // "TRANSPARENT" non-zero
+    bool locked;          // "ISLOCKED" non-zero
+    SString properties;   // every other line as KEY=VALUE\r\n, in order
 };

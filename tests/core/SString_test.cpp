@@ -138,6 +138,10 @@ TEST(SString, FindRanges)
     for (const auto& t : texts)
         EXPECT_EQ(s.Find("bc", t.start, t.count), t.expected) << t.start << "," << t.count;
     EXPECT_EQ(s.Find("abcabcx"), -1);
+    SString cut("abcabcxa");   // "xa" stays in the buffer behind the terminator
+    cut.SetLength(6);
+    EXPECT_EQ(cut.Find('a', 4, 100), -1);
+    EXPECT_EQ(cut.Find("xa", 0, 100), -1);
     EXPECT_EQ(s.Find(""), -1);
 
     SString h("Hello World");

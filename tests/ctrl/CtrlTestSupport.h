@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/SString.h"
+#include "ctrl/SMouseEvent.h"
 #include "file/SFileMem.h"
 #include "wnd/SWndApp.h"
 #include "wnd/SWndDialog.h"
@@ -39,7 +40,7 @@ inline SString DialogText(std::initializer_list<const char*> sections)
 struct Report {
     UINT msg;
     WPARAM wParam;
-    int code, x, y;  // the mouse event record, when there is one
+    int code, x, y;   // the mouse event record, when there is one
 };
 
 class RecordingDialog : public SWndDialog {
@@ -59,8 +60,8 @@ public:
         if (msg == SWM_COMMAND) {
             reports.push_back({msg, wParam, 0, 0, 0});
         } else if (msg == SWM_LABELMOUSE || msg == SWM_PROGRESSMOUSE) {
-            const int* record = (const int*)lParam;
-            reports.push_back({msg, wParam, record[0], record[1], record[2]});
+            const SMouseEvent* event = (const SMouseEvent*)lParam;
+            reports.push_back({msg, wParam, event->code, event->x, event->y});
         }
         return SWndDialog::Handler(msg, wParam, lParam);
     }

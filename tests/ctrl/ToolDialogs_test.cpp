@@ -17,7 +17,7 @@ bool BuildFromResource(SWndDialog* dialog, unsigned short id)
 {
     SFileMem text;
     return text.LoadResource("BINARY", id) &&
-           dialog->CreateFromText(&text, nullptr, nullptr, true, 0);
+        dialog->CreateFromText(&text, nullptr, nullptr, true, 0);
 }
 
 RECT ClientPlace(HWND dialog, SWnd* control)
@@ -97,10 +97,12 @@ TEST(ToolDialogs, InstallerDialog)
 
     auto* list = dynamic_cast<SListCtrl*>(dialog.FindByName("LIST"));
     ASSERT_NE(nullptr, list);
-    LONG style = GetWindowLongA(list->GetHandle(), GWL_STYLE);
-    EXPECT_TRUE(style & WS_VSCROLL);
-    EXPECT_TRUE(style & LBS_NOINTEGRALHEIGHT);
     EXPECT_EQ(0, list->GetCount());
+    EXPECT_TRUE(GetWindowLongA(list->GetHandle(), GWL_STYLE) & LBS_NOINTEGRALHEIGHT);
+    // The vertical scroll bar comes with more lines than the list shows.
+    for (int i = 0; i < 40; i++)
+        list->InsertString("D:\\app\\data\\file.txt");
+    EXPECT_TRUE(GetWindowLongA(list->GetHandle(), GWL_STYLE) & WS_VSCROLL);
 
     ExpectTidyLayout(dialog);
 }
@@ -153,4 +155,4 @@ TEST(ToolDialogs, MakerDialog)
     ExpectTidyLayout(dialog);
 }
 
-}  // namespace
+}   // namespace

@@ -95,8 +95,8 @@ protected:
         for (const std::string& text : texts)
             EXPECT_NE(text, "Updating files...");
         HWND list = FindWindowExA(dialog, nullptr, "ListBox", nullptr);
-        if (list)
-            EXPECT_EQ(SendMessageA(list, LB_GETCOUNT, 0, 0), 0);
+        ASSERT_NE(list, nullptr);
+        EXPECT_EQ(SendMessageA(list, LB_GETCOUNT, 0, 0), 0);
         EXPECT_TRUE(updater->IsRunning()) << "the dialog must stay open on failure";
         PostMessageA(dialog, WM_CLOSE, 0, 0);
         ASSERT_TRUE(updater->Wait(10000));

@@ -105,14 +105,11 @@ protected:
         for (const std::string& path : paths)
             block += path + '\0';
         block += '\0';
-        HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE, m_maker.Id());
-        ASSERT_NE(process, nullptr);
-        void* remote =
-            VirtualAllocEx(process, nullptr, block.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-        ASSERT_NE(remote, nullptr);
-        ASSERT_TRUE(WriteProcessMemory(process, remote, block.data(), block.size(), nullptr));
-        CloseHandle(process);
-        PostMessageA(m_dialog, WM_DROPFILES, (WPARAM)remote, 0);
+        HGLOBAL drop = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, block.size());
+        ASSERT_NE(drop, nullptr);
+        memcpy(GlobalLock(drop), block.data(), block.size());
+        GlobalUnlock(drop);
+        ASSERT_TRUE(PostMessageA(m_dialog, WM_DROPFILES, (WPARAM)drop, 0));
     }
 
     // Waits for the maker to go idle (its queue drained).

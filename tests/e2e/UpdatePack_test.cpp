@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -39,8 +40,8 @@ Result RunPack(const e2e::TempDir& dir, const std::string& arguments)
     std::string exe = e2e::BinDir() + "UpdatePack.exe";
     std::string line = "\"" + exe + "\" " + arguments;
     PROCESS_INFORMATION info;
-    if (CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                       &startup, &info)) {
+    if (CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                       &info)) {
         if (WaitForSingleObject(info.hProcess, 60000) != WAIT_OBJECT_0)
             TerminateProcess(info.hProcess, 0xDEAD);
         GetExitCodeProcess(info.hProcess, &result.code);
@@ -49,8 +50,11 @@ Result RunPack(const e2e::TempDir& dir, const std::string& arguments)
     }
     CloseHandle(out);
     CloseHandle(err);
-    result.out = e2e::ReadFileText(outPath);
-    result.err = e2e::ReadFileText(errPath);
+    // The console streams are in text mode: compare lines without "\r".
+    for (std::string* text : {&result.out, &result.err}) {
+        *text = e2e::ReadFileText(text == &result.out ? outPath : errPath);
+        text->erase(std::remove(text->begin(), text->end(), '\r'), text->end());
+    }
     return result;
 }
 
@@ -90,9 +94,10 @@ TEST(UpdatePack, MakeVerifyExtractReproducesTheFolder)
     for (int i = 0; i < 5; i++)
         Put(src + names[i], Bytes(sizes[i], (char)('a' + i)));
     Put(src + "Update.exe", "the updater itself");
+    CreateDirectoryA((dir / "pub").c_str(), nullptr);
 
-    Result made = RunPack(dir, "make " + Quote(src) + " " + Quote(dir / "pub\\release.upd") +
-                                   " --version 2.1.0.7");
+    Result made = RunPack(
+        dir, "make " + Quote(src) + " " + Quote(dir / "pub\\release.upd") + " --version 2.1.0.7");
     ASSERT_EQ(made.code, 0u) << made.err;
     EXPECT_NE(made.out.find("5 files, 254031 bytes in"), std::string::npos) << made.out;
     // The progress bar is for consoles only.
@@ -113,8 +118,8 @@ TEST(UpdatePack, MakeVerifyExtractReproducesTheFolder)
     Result verified = RunPack(dir, "verify " + Quote(dir / "pub\\release.bin"));
     EXPECT_EQ(verified.code, 0u) << verified.err;
 
-    Result extracted = RunPack(dir, "extract " + Quote(dir / "pub\\release.bin") + " " +
-                                        Quote(dir / "out\\new"));
+    Result extracted =
+        RunPack(dir, "extract " + Quote(dir / "pub\\release.bin") + " " + Quote(dir / "out\\new"));
     ASSERT_EQ(extracted.code, 0u) << extracted.err;
     for (int i = 0; i < 5; i++) {
         std::string path = dir / "out\\new\\" + names[i];
@@ -152,8 +157,7 @@ TEST(UpdatePack, VerifyNamesTheFirstBadEntry)
     EXPECT_EQ(cut.code, 1u);
     EXPECT_NE(cut.err.find("end marker is missing"), std::string::npos) << cut.err;
     EXPECT_EQ(RunPack(dir, "list " + Quote(dir / "cut.bin")).code, 1u);
-    EXPECT_EQ(RunPack(dir, "extract " + Quote(dir / "cut.bin") + " " + Quote(dir / "o")).code,
-              1u);
+    EXPECT_EQ(RunPack(dir, "extract " + Quote(dir / "cut.bin") + " " + Quote(dir / "o")).code, 1u);
 
     // Bytes behind the end marker.
     Put(dir / "tail.bin", good + "x");
@@ -190,13 +194,11 @@ TEST(UpdatePack, ExitCodesAndMessages)
     Put(dir / "out\\b", "a file where a folder should be");
     Result partly = RunPack(dir, "extract " + Quote(dir / "p.bin") + " " + Quote(dir / "out"));
     EXPECT_EQ(partly.code, 1u);
-    EXPECT_NE(partly.err.find("Failed: " + dir / "out\\b\\c.txt"), std::string::npos)
-        << partly.err;
+    EXPECT_NE(partly.err.find("Failed: " + dir / "out\\b\\c.txt"), std::string::npos) << partly.err;
     EXPECT_EQ(e2e::ReadFileText(dir / "out\\a.txt"), "A");
     // A destination that is a file cannot even start.
-    EXPECT_EQ(RunPack(dir, "extract " + Quote(dir / "p.bin") + " " + Quote(dir / "out\\a.txt"))
-                  .code,
-              1u);
+    EXPECT_EQ(
+        RunPack(dir, "extract " + Quote(dir / "p.bin") + " " + Quote(dir / "out\\a.txt")).code, 1u);
 }
 
-} // namespace
+}   // namespace

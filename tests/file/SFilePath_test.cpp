@@ -18,7 +18,7 @@ protected:
     void SetUp() override
     {
         char temp[MAX_PATH];
-        ASSERT_GT(GetTempPathA(MAX_PATH, temp), 0u);
+        GetTempPathA(MAX_PATH, temp);
         folder.Format("%sSFilePath_test_%lu_%lu", temp, GetCurrentProcessId(), GetTickCount());
         ASSERT_TRUE(CreateDirectoryA(folder.Text(), nullptr));
     }
@@ -26,104 +26,74 @@ protected:
     {
         WIN32_FIND_DATAA data;
         HANDLE find = FindFirstFileA((folder + "\\*").Text(), &data);
-        if (find != INVALID_HANDLE_VALUE) {
-            do
-                DeleteFileA((folder + "\\" + data.cFileName).Text());
-            while (FindNextFileA(find, &data));
-            FindClose(find);
+        while (find != INVALID_HANDLE_VALUE) {
+            DeleteFileA((folder + "\\" + data.cFileName).Text());
+            if (!FindNextFileA(find, &data)) {
+                FindClose(find);
+                break;
+            }
         }
         RemoveDirectoryA(folder.Text());
     }
     SString Path(const char* name) { return folder + "\\" + name; }
-    void Make(const SString& path, const std::string& bytes)
+    static void Make(const SString& path, const std::string& bytes)
     {
-        FILE* f = fopen(path.Text(), "wb");
-        ASSERT_TRUE(f);
-        fwrite(bytes.data(), 1, bytes.size(), f);
-        fclose(f);
+        SFilePath file(path.Text(), true, true, false);
+        file.Write(bytes.data(), (int)bytes.size());
     }
-    std::string Bytes(const SString& path)
+    static std::string Bytes(const SString& path)
     {
         SFileMem mem;
         if (!mem.LoadFile(path.Text()))
             return "<missing>";
         return std::string((const char*)mem.GetData(), (size_t)mem.Size());
     }
-    bool Exists(const SString& path)
-    {
-        return GetFileAttributesA(path.Text()) != INVALID_FILE_ATTRIBUTES;
-    }
     SString folder;
 };
 
 TEST_F(SFilePathTest, ModesFollowTheFlags)
 {
+    // Each row: flags; the file after writing "XY" at the start of "old";
+    // whether reading works; whether a missing file opens.
+    struct {
+        bool write, create, read;
+        const char* after;
+        bool reads, opensMissing;
+    } modes[] = {
+        {true, true, true, "XY", true, true},        {true, false, true, "XYd", true, false},
+        {false, true, true, "old", true, false},     {false, false, true, "old", true, false},
+        {true, true, false, "XY", false, true},      {true, false, false, "oldXY", false, true},
+        {false, true, false, nullptr, false, false}, {false, false, false, nullptr, false, false},
+    };
     SString path = Path("a.bin");
-    SString missing = Path("missing.bin");
-    char buffer[8] = {};
-    SFilePath file;
-
-    // read + write + create: emptied, then both ways.
-    Make(path, "old");
-    ASSERT_TRUE(file.Open(path.Text(), true, true, true));
-    EXPECT_STREQ(file.GetPath().Text(), path.Text());
-    EXPECT_EQ(file.Size(), 0);
-    EXPECT_EQ(file.WriteString("abc"), 3);
-    file.Rewind();
-    EXPECT_EQ(file.Read(buffer, 8), 3);
-    file.Close();
-    EXPECT_EQ(Bytes(path), "abc");
-    EXPECT_STREQ(file.GetPath().Text(), "");
-
-    // read + write: must exist, keeps the bytes.
-    EXPECT_FALSE(file.Open(missing.Text(), true, false, true));
-    EXPECT_FALSE(Exists(missing));
-    ASSERT_TRUE(file.Open(path.Text(), true, false, true));
-    EXPECT_EQ(file.Size(), 3);
-    EXPECT_EQ(file.WriteString("X"), 1);
-    file.Close();
-    EXPECT_EQ(Bytes(path), "Xbc");
-
-    // read: create is ignored, nothing can be written.
-    EXPECT_FALSE(file.Open(missing.Text(), false, true, true));
-    ASSERT_TRUE(file.Open(path.Text(), false, true, true));
-    EXPECT_EQ(file.WriteString("zz"), 0);
-    file.Close();
-    EXPECT_EQ(Bytes(path), "Xbc");
-
-    // write + create: emptied; nothing can be read.
-    ASSERT_TRUE(file.Open(path.Text(), true, true, false));
-    EXPECT_EQ(file.Size(), 0);
-    file.WriteString("new");
-    file.Rewind();
-    EXPECT_EQ(file.Read(buffer, 8), 0);
-    file.Close();
-    EXPECT_EQ(Bytes(path), "new");
-
-    // write alone appends, wherever the position was put, and creates.
-    ASSERT_TRUE(file.Open(path.Text(), true, false, false));
-    file.Rewind();
-    file.WriteString("+1");
-    file.Close();
-    EXPECT_EQ(Bytes(path), "new+1");
-    ASSERT_TRUE(file.Open(missing.Text(), true, false, false));
-    file.Close();
-    EXPECT_TRUE(Exists(missing));
-
-    // Neither read nor write, or no path: fails, and the earlier file is closed.
-    ASSERT_TRUE(file.Open(path.Text(), false, false, true));
-    EXPECT_FALSE(file.Open(path.Text(), false, true, false));
-    EXPECT_FALSE(file.IsOpen());
-    EXPECT_STREQ(file.GetPath().Text(), "");
+    for (auto& m : modes) {
+        SCOPED_TRACE(testing::Message() << m.write << m.create << m.read);
+        SString missing = Path("missing.bin");
+        Make(path, "old");
+        SFilePath file;
+        ASSERT_EQ(file.Open(path.Text(), m.write, m.create, m.read), m.after != nullptr);
+        if (!m.after) {
+            EXPECT_FALSE(file.IsOpen());
+            EXPECT_STREQ(file.GetPath().Text(), "");
+            continue;
+        }
+        EXPECT_STREQ(file.GetPath().Text(), path.Text());
+        file.Rewind();
+        file.WriteString("XY");
+        file.Rewind();
+        char buffer[8];
+        EXPECT_EQ(file.Read(buffer, 8) > 0, m.reads);
+        file.Close();
+        EXPECT_EQ(Bytes(path), m.after);
+        EXPECT_EQ(file.Open(missing.Text(), m.write, m.create, m.read), m.opensMissing);
+        file.Close();
+        DeleteFileA(missing.Text());
+    }
+    // A failing open closes the earlier file; no path fails.
+    SFilePath file(path.Text(), false, false, true);
+    ASSERT_TRUE(file.IsOpen());
     EXPECT_FALSE(file.Open("", false, false, true));
-    EXPECT_FALSE(file.Open(nullptr, false, false, true));
-
-    // The constructor opens at once: write + create.
-    SFilePath made(Path("made.txt").Text(), true, true, false);
-    ASSERT_TRUE(made.IsOpen());
-    made.WriteLine("1.0.0.0");
-    made.Close();
-    EXPECT_EQ(Bytes(Path("made.txt")), "1.0.0.0\r\n");
+    EXPECT_FALSE(file.IsOpen());
 }
 
 TEST_F(SFilePathTest, OnlySharedOpensLetOthersIn)
@@ -131,24 +101,16 @@ TEST_F(SFilePathTest, OnlySharedOpensLetOthersIn)
     SString path = Path("share.bin");
     Make(path, "data");
     SFilePath first, second;
-    // Unshared writing: nobody else gets in, not even to read.
+    SFileMem whole;
+    // Unshared writing: nobody else gets in, not even to read or load.
     ASSERT_TRUE(first.Open(path.Text(), true, false, true, false));
     EXPECT_FALSE(second.Open(path.Text(), false, false, true, true));
-    EXPECT_FALSE(second.Open(path.Text(), false, false, true, false));
-    first.Close();
+    EXPECT_FALSE(whole.LoadFile(path.Text()));
     // Unshared reading: other readers, but no writer.
     ASSERT_TRUE(first.Open(path.Text(), false, false, true, false));
-    EXPECT_TRUE(second.Open(path.Text(), false, false, true, true));
-    second.Close();
-    EXPECT_FALSE(second.Open(path.Text(), true, false, true, true));
-    SFileMem whole;
     EXPECT_TRUE(whole.LoadFile(path.Text()));
-    first.Close();
-    // A file held for unshared writing cannot be loaded.
-    ASSERT_TRUE(first.Open(path.Text(), true, false, true, false));
-    EXPECT_FALSE(whole.LoadFile(path.Text()));
-    first.Close();
-
+    EXPECT_FALSE(second.Open(path.Text(), true, false, true, true));
+    // Shared both ways.
     ASSERT_TRUE(first.Open(path.Text(), true, false, true, true));
     ASSERT_TRUE(second.Open(path.Text(), false, false, true, true));
     first.WriteString("DA");
@@ -160,126 +122,101 @@ TEST_F(SFilePathTest, OnlySharedOpensLetOthersIn)
 
 TEST_F(SFilePathTest, DeleteOnClose)
 {
-    SString path = Path("temp.bin");
+    SString path = Path("temp.bin"), other = Path("other.bin");
     {
         SFilePath file(path.Text(), true, true, false);
         file.SetDeleteOnClose(path.Text());
-        file.WriteString("x");
-        EXPECT_TRUE(Exists(path));
     }
-    EXPECT_FALSE(Exists(path));
-
+    EXPECT_EQ(Bytes(path), "<missing>");
     SFilePath file(path.Text(), true, true, false);
     file.SetDeleteOnClose(path.Text());
     file.SetDeleteOnClose(nullptr);
     file.Close();
-    EXPECT_TRUE(Exists(path));
-    // Reopening closes the earlier file, deleting it as asked.
-    SString other = Path("other.bin");
+    EXPECT_EQ(Bytes(path), "");
     file.SetDeleteOnClose(path.Text());
-    ASSERT_TRUE(file.Open(other.Text(), true, true, false));
-    EXPECT_FALSE(Exists(path));
-    file.Close();
-    EXPECT_TRUE(Exists(other));
+    ASSERT_TRUE(file.Open(other.Text(), true, true, false));   // closes first
+    EXPECT_EQ(Bytes(path), "<missing>");
 }
 
 TEST_F(SFilePathTest, PositionsSizesAndDirection)
 {
     SString path = Path("pos.bin");
     SFilePath file(path.Text(), true, true, true);
-    ASSERT_TRUE(file.IsOpen());
-    file.WriteString("hello");
-    EXPECT_EQ(file.Tell(), 5);
+    file.Fill('.', 10000);
     EXPECT_TRUE(file.IsEnd());
-    EXPECT_EQ(file.Seek(-5), 5);
-    EXPECT_EQ(file.Seek(6), 5);
+    EXPECT_EQ(file.Seek(-5), 10000);
+    EXPECT_EQ(file.Seek(10001), 10000);
     EXPECT_EQ(file.Seek(1), 1);
-    EXPECT_EQ(file.Size(), 5);
+    EXPECT_EQ(file.Size(), 10000);
     EXPECT_EQ(file.Tell(), 1);
-    EXPECT_EQ(file.Remaining(), 4);
 
-    // Reading and writing in turn without moving in between.
-    char buffer[8] = {};
+    // Reading and writing in turn without moving in between, after a read
+    // has filled the runtime's buffer ahead.
+    char buffer[8];
     EXPECT_EQ(file.Read(buffer, 1), 1);
     EXPECT_EQ(file.WriteString("XY"), 2);
-    EXPECT_EQ(file.Read(buffer, 8), 1);
-    EXPECT_EQ(buffer[0], 'o');
+    EXPECT_EQ(file.Read(buffer, 1), 1);
+    EXPECT_EQ(file.Tell(), 5);
+    EXPECT_EQ(file.WriteString("Z"), 1);
+
+    // SetSize moves there and cuts or grows the file, with zeros.
+    EXPECT_TRUE(file.SetSize(7));
+    EXPECT_EQ(file.Tell(), 7);
+    EXPECT_TRUE(file.SetSize(9));
+    EXPECT_EQ(file.Tell(), 9);
+    EXPECT_FALSE(file.SetSize(-1));
     memset(buffer, '#', sizeof(buffer));
     EXPECT_EQ(file.Read(buffer, 8), 0);
     EXPECT_EQ(buffer[0], '#');
-    EXPECT_EQ(file.Read(buffer, 0), 0);
-
-    // SetSize moves there and cuts or grows the file, with zeros.
-    EXPECT_TRUE(file.SetSize(2));
-    EXPECT_EQ(file.Tell(), 2);
-    EXPECT_TRUE(file.SetSize(4));
-    EXPECT_EQ(file.Tell(), 4);
-    EXPECT_FALSE(file.SetSize(-1));
-    file.WriteString("!");
     file.Close();
-    EXPECT_EQ(Bytes(path), std::string("he\0\0!", 5));
+    EXPECT_EQ(Bytes(path), std::string("..XY.Z.\0\0", 9));
 
     EXPECT_EQ(file.Size(), 0);
     EXPECT_EQ(file.Tell(), 0);
-    EXPECT_EQ(file.Seek(3), 0);
     EXPECT_TRUE(file.IsEnd());
     EXPECT_EQ(file.Read(buffer, 4), 0);
     EXPECT_EQ(file.WriteString("x"), 0);
     EXPECT_FALSE(file.SetSize(0));
 }
 
-TEST_F(SFilePathTest, TextAndSearchOverTheStream)
+TEST_F(SFilePathTest, TextSearchAndCompressOverTheStream)
 {
     SString path = Path("text.txt");
-    std::string body(5000, 'w');
-    Make(path, "first\r\n" + body + "\rthird\n" + std::string("str\0", 4) + "needle");
+    Make(path,
+         "first\r\n" + std::string(5000, 'w') + "\rthird\n" + std::string("s\0", 2) + "needle");
     SFilePath file(path.Text(), false, false, true);
     SString line;
     EXPECT_TRUE(file.ReadLine(line));
-    EXPECT_STREQ(line.Text(), "first");
     EXPECT_TRUE(file.ReadLine(line));
     EXPECT_EQ(line.GetLength(), 5000);
     EXPECT_TRUE(file.ReadLineWithEnd(line));
     EXPECT_STREQ(line.Text(), "third\r\n");
-    EXPECT_STREQ(file.ReadString().Text(), "str");
+    EXPECT_STREQ(file.ReadString().Text(), "s");
     int at = file.Tell();
-    EXPECT_EQ(file.Find("needle", 6), at);
-    EXPECT_TRUE(file.IsEnd());
-    file.Seek(at);
-    // The prefix at the end matches; the disk kind stops at the end.
-    EXPECT_EQ(file.Find("dlexyz", 6), at + 3);
-    EXPECT_EQ(file.Tell(), file.Size());
-    file.Rewind();
-    EXPECT_EQ(file.Find("absent!", 7), -1);
-    EXPECT_EQ(file.Tell(), 0);
-}
+    EXPECT_EQ(file.Find("dlexyz", 6), at + 3);   // the prefix at the end matches
+    EXPECT_EQ(file.Tell(), file.Size());         // the disk kind stops at the end
 
-TEST_F(SFilePathTest, CompressBetweenDiskFiles)
-{
     std::string raw;
     for (int i = 0; i < 250000; i++)
-        raw += (char)((i * 7) % 251 < 200 ? 'a' + i % 13 : i * 31);
+        raw += (char)(i % 7 ? 'a' + i % 13 : i * 31);
     SString rawPath = Path("raw.bin"), packedPath = Path("packed.bin"), outPath = Path("out.bin");
     Make(rawPath, raw);
-
-    SFilePath source(rawPath.Text(), false, false, true);
-    SFilePath packed(packedPath.Text(), true, true, true);
-    int written = source.Compress(&packed);
-    EXPECT_EQ(written, packed.Size());
-    // The same bytes as from memory.
     SFileMem memory, memoryPacked;
     memory.Write(raw.data(), (int)raw.size());
     memory.Rewind();
     memory.Compress(&memoryPacked);
-    packed.Close();
-    EXPECT_TRUE(Bytes(packedPath) ==
-                std::string((const char*)memoryPacked.GetData(), (size_t)memoryPacked.Size()));
-
-    SFilePath in;
-    ASSERT_TRUE(in.Open(packedPath.Text(), false, false, true, true));
-    SFilePath out(outPath.Text(), true, true, true);
-    EXPECT_EQ(in.Uncompress(&out), 250000);
-    out.Close();
+    {
+        SFilePath source(rawPath.Text(), false, false, true);
+        SFilePath packed(packedPath.Text(), true, true, false);
+        EXPECT_EQ(source.Compress(&packed), memoryPacked.Size());
+    }
+    EXPECT_EQ(Bytes(packedPath),
+              std::string((const char*)memoryPacked.GetData(), (size_t)memoryPacked.Size()));
+    {
+        SFilePath packed(packedPath.Text(), false, false, true);
+        SFilePath out(outPath.Text(), true, true, true);
+        EXPECT_EQ(packed.Uncompress(&out), 250000);
+    }
     EXPECT_TRUE(Bytes(outPath) == raw);
 }
 
@@ -290,29 +227,23 @@ TEST_F(SFilePathTest, MemoryLoaders)
     SFileMem file;
     file.WriteString("previous");
     ASSERT_TRUE(file.LoadFile(path.Text()));
-    EXPECT_EQ(file.Size(), 5);
     EXPECT_EQ(file.Tell(), 0);
-    EXPECT_EQ(memcmp(file.GetData(), "ab\0cd", 5), 0);
+    EXPECT_EQ(std::string((const char*)file.GetData(), (size_t)file.Size()),
+              std::string("ab\0cd", 5));
     EXPECT_FALSE(file.LoadFile(Path("missing").Text()));
     EXPECT_EQ(file.Size(), 5);
-    EXPECT_FALSE(file.LoadFile(""));
-    Make(path, "");
-    ASSERT_TRUE(file.LoadFile(path.Text()));
-    EXPECT_EQ(file.Size(), 0);
 
     // Resources linked into this program (SFilePath_test.rc).
     SFileMem dialog("BINARY", 150);
-    ASSERT_TRUE(dialog.IsOpen());
     SString line;
     EXPECT_TRUE(dialog.ReadLine(line));
     EXPECT_STREQ(line.Text(), "[dialog]");
     EXPECT_EQ(dialog.Size(), 19);
-    EXPECT_TRUE(file.LoadResource("binary", 151));
+    EXPECT_TRUE(file.LoadResource("binary", 151));   // empty, but open
     EXPECT_TRUE(file.IsOpen());
     EXPECT_EQ(file.Size(), 0);
     EXPECT_FALSE(file.LoadResource("BINARY", 999));
     EXPECT_FALSE(file.IsOpen());
-    EXPECT_FALSE(file.LoadResource(nullptr, 150));
     EXPECT_TRUE(file.LoadResource("BINARY", 150, GetModuleHandleA(nullptr)));
     EXPECT_EQ(file.Size(), 19);
 }

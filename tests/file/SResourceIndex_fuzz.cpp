@@ -31,7 +31,7 @@ public:
     int64_t m_size = 0;
 };
 
-} // namespace
+}   // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,29 +1,12 @@
 #include "file/SResourceIndex.h"
 
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-#include <string>
-
 #include <gtest/gtest.h>
 
-#include "file/SFileMem.h"
-
 namespace {
-
-std::string LE32(uint32_t v)
-{
-    char b[4] = {(char)v, (char)(v >> 8), (char)(v >> 16), (char)(v >> 24)};
-    return std::string(b, 4);
-}
-
-bool ReadFrom(SResourceIndex& index, const std::string& bytes, bool* compressed = nullptr)
-{
-    SFileMem file;
-    file.Write(bytes.data(), (int)bytes.size());
-    file.Rewind();
-    return index.Read(file, compressed);
-}
 
 TEST(SResourceIndex, LookupsIgnoreCaseAndFindTheFirstAcrossGrowth)
 {
@@ -50,28 +33,4 @@ TEST(SResourceIndex, LookupsIgnoreCaseAndFindTheFirstAcrossGrowth)
     EXPECT_EQ(index.Find("dir\\file1.txt"), -1);
 }
 
-TEST(SResourceIndex, ReadsRecordsUpToTheEndMarker)
-{
-    SResourceIndex index;
-    bool compressed = true;
-    std::string archive = "SRES" + LE32(0x100) + LE32(3) + "a.txt" + std::string(1, '\0') +
-                          "abc" + LE32(0) + "b" + std::string(1, '\0') + LE32(0xFFFFFFFFu);
-    ASSERT_TRUE(ReadFrom(index, archive, &compressed));
-    EXPECT_FALSE(compressed);
-    ASSERT_EQ(index.GetCount(), 2);
-    EXPECT_EQ(index.GetOffset(0), 18);
-    EXPECT_EQ(index.GetLength(0), 3u);
-    EXPECT_EQ(index.GetOffset(1), 27);
-
-    // Every cut fails; the records read before the cut stay.
-    for (size_t cut = 0; cut < archive.size(); cut++) {
-        SResourceIndex partial;
-        EXPECT_FALSE(ReadFrom(partial, archive.substr(0, cut))) << cut;
-        EXPECT_LE(partial.GetCount(), 2);
-    }
-    SResourceIndex partial;
-    EXPECT_FALSE(ReadFrom(partial, archive.substr(0, 20)));
-    EXPECT_EQ(partial.GetCount(), 1);
-}
-
-} // namespace
+}   // namespace

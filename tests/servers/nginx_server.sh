@@ -6,11 +6,12 @@
 #   nginx_server.sh start ROOT STATE [LIFETIME]
 #       Serves ROOT on 127.0.0.1:<a free port>. STATE is a folder of this
 #       run (created when missing) that receives nginx.conf, the logs, the
-#       temporary folders, nginx.pid, watchdog.pid and, once nginx accepts
-#       connections, "port" (written last, by rename). Prints the port on
-#       stdout. nginx runs in the foreground of a background job, so nothing
-#       is written outside STATE. A watchdog stops it after LIFETIME seconds
-#       (default 600). Exit code 0 when serving, 1 otherwise.
+#       temporary folders, master.pid (the nginx master), watchdog.pid and,
+#       once nginx accepts connections, "port" (written last, by rename).
+#       Prints the port on stdout. nginx runs in the foreground of a
+#       background job, so nothing is written outside STATE. A watchdog
+#       stops it after LIFETIME seconds (default 600). Exit code 0 when
+#       serving, 1 otherwise.
 #   nginx_server.sh stop STATE
 #       Stops the nginx and the watchdog started with that STATE.
 set -u

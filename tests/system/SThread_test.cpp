@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -73,11 +74,12 @@ public:
     }
 
 private:
-    // Every hook also notifies; only those inside the body get through.
+    // Every hook also notifies, with codes 100, 101, ... in hook order; only
+    // those inside the body get through.
     void Hook(const char* name)
     {
+        Notify(100 + (int)std::count(hooks.begin(), hooks.end(), ' ') + !hooks.empty(), 0);
         hooks += hooks.empty() ? name : std::string(" ") + name;
-        Notify(100 + (int)hooks.size(), 0);
     }
 };
 
@@ -97,8 +99,8 @@ TEST(SThreadTest, NotificationsArriveInOrderOnTheUiThread)
     EXPECT_NE(t.worker, GetCurrentThreadId());
     // run's and loopend's own notes come through; start's and exit's do not.
     ASSERT_EQ(t.notes.size(), 12u);
-    EXPECT_EQ(t.notes[0].code, 109);
-    EXPECT_EQ(t.notes[11].code, 117);
+    EXPECT_EQ(t.notes[0].code, 101);
+    EXPECT_EQ(t.notes[11].code, 102);
     for (int i = 0; i < 10; i++) {
         EXPECT_EQ(t.notes[i + 1].code, i);
         EXPECT_EQ(t.notes[i + 1].thread, GetCurrentThreadId());

@@ -35,15 +35,15 @@ TEST(SWndApp, ArgumentSplitting)
 
 TEST(SWndApp, QuoteStripping)
 {
-    // The platform split removes ordinary quoting; quotes that survive it
-    // (escaped ones) are what stripping sees.
-    EXPECT_EQ(SWndApp::GetArgFrom("p \\\"abc\\\"", 0, false), "\"abc\"");
-    EXPECT_EQ(SWndApp::GetArgFrom("p \\\"abc\\\"", 0, true), "abc");
-    // A text holding a further quote inside is left alone.
-    EXPECT_EQ(SWndApp::GetArgFrom("p \\\"a\\\"b\\\"", 0, true), "\"a\"b\"");
+    // The platform split removes ordinary quoting; a pair that survives it
+    // (written doubled inside quotes) is what stripping removes.
+    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"abc\"\"\"", 0, false), "\"abc\"");
+    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"abc\"\"\"", 0, true), "abc");
+    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"abc\"\"", 0, true), "abc");
     // A lone quote character is no enclosing pair.
-    EXPECT_EQ(SWndApp::GetArgFrom("p \\\"", 0, true), "\"");
-    EXPECT_EQ(SWndApp::GetArgFrom("p \\\"\\\"", 0, true), "");
+    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"\"", 0, true), "\"");
+    // Only a text without further quotes inside loses its enclosing pair.
+    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"a\"\"\"b\"\"\"", 0, true), "\"a\"b\"");
 }
 
 TEST(SWndApp, StateAfterInit)
@@ -83,6 +83,8 @@ TEST(SWndApp, StateAfterInit)
     EXPECT_FALSE(IsWindowVisible(SWndApp::GetAppWindow()->GetHandle()));
     EXPECT_FALSE(IsWindowVisible(SWndApp::GetPlainWindow()));
     EXPECT_FALSE(SWndApp::Init(GetModuleHandleA(nullptr), false, false, false));
+    // The test program has no icon resources.
+    EXPECT_FALSE(SWndApp::SetIcons(107, 108));
 }
 
 TEST(SWndApp, ThreadTable)
@@ -93,7 +95,7 @@ TEST(SWndApp, ThreadTable)
     for (DWORD id = 1000; id < 1255; id++)
         ASSERT_TRUE(SWndApp::RegisterThread(id)) << id;
     EXPECT_FALSE(SWndApp::RegisterThread(5000));
-    EXPECT_TRUE(SWndApp::RegisterThread(1100));  // already there
+    EXPECT_TRUE(SWndApp::RegisterThread(1100));   // already there
     EXPECT_TRUE(SWndApp::UnregisterThread(1100));
     EXPECT_FALSE(SWndApp::UnregisterThread(1100));
     EXPECT_TRUE(SWndApp::RegisterThread(5000));
@@ -129,13 +131,28 @@ TEST(SWndApp, RunLoopStyles)
     EXPECT_FALSE(TakeQuit());
 }
 
-TEST(SWndApp, DrainQueueDropsInput)
+TEST(SWndApp, DrainQueueDropsUserInputOnly)
 {
-    HWND hwnd = SWndApp::GetAppWindow()->GetHandle();
-    PostMessageA(hwnd, WM_KEYDOWN, 'A', 0);
-    PostMessageA(hwnd, WM_MOUSEMOVE, 0, 0);
-    EXPECT_EQ(SWndApp::DrainQueue(), 2);
-    EXPECT_EQ(SWndApp::DrainQueue(), 0);
+    // Typed keys wait in the queue of the focused window's thread.
+    SWnd wnd;
+    RECT r = {0, 0, 100, 60};
+    ASSERT_TRUE(wnd.Create("", WS_VISIBLE | WS_CAPTION, 0, &r, nullptr, nullptr, 0));
+    SetForegroundWindow(wnd.GetHandle());
+    wnd.SetFocus();
+    PumpUntil([&] { return GetFocus() == wnd.GetHandle(); }, 1000);
+    SWndApp::DrainQueue();
+    wnd.Post(WM_APP + 60);
+    keybd_event('A', 0, 0, 0);
+    keybd_event('A', 0, KEYEVENTF_KEYUP, 0);
+    DWORD start = GetTickCount();
+    while (!(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY) && GetTickCount() - start < 2000)
+        Sleep(10);
+    ASSERT_TRUE(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY);
+    EXPECT_GE(SWndApp::DrainQueue(), 2);
+    EXPECT_FALSE(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY);
+    // Posted messages stay, and nothing was dispatched.
+    MSG msg;
+    EXPECT_TRUE(PeekMessageA(&msg, wnd.GetHandle(), WM_APP + 60, WM_APP + 60, PM_REMOVE));
 }
 
 TEST(SWndApp, ModelessList)
@@ -150,4 +167,4 @@ TEST(SWndApp, ModelessList)
     EXPECT_EQ(SWndApp::GetModelessCount(), 0);
 }
 
-}  // namespace
+}   // namespace

@@ -6,7 +6,8 @@
 
 namespace {
 
-const char kHead[] = "VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=Test\r\nPOSITION=0 0 200 100\r\n\r\n";
+const char kHead[] =
+    "VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=Test\r\nPOSITION=0 0 200 100\r\n\r\n";
 
 SString Doc(const char* controls)
 {
@@ -73,12 +74,13 @@ TEST(SWndDialogDesc, DocumentStructureFailures)
 TEST(SWndDialogDesc, CommonKeysAndPropertyText)
 {
     SWndDialogDesc desc;
-    ASSERT_TRUE(desc.Parse(Doc("[EDIT]\r\nID=7\r\nid=3\r\nNAME=EDIT_VERSION\r\nCAPTION=1.0.0.0  \r\n"
-                               "FONT=\"Arial, Narrow\", 12, 3\r\nPOSITION=-5 10 70000 22\r\n"
-                               "STYLE=WS_VISIBLE WS_BORDER ES_AUTOHSCROLL BS_FLAT \r\n"
-                               "EXSTYLE=WS_EX_CLIENTEDGE \r\nTRANSPARENT=2\r\nISLOCKED=0\r\n"
-                               "=dropped\r\nEDIT_SELECTALL=1\r\nEDIT_TEXT=a=b\r\n")
-                               .Text()));
+    ASSERT_TRUE(
+        desc.Parse(Doc("[EDIT]\r\nID=7\r\nid=3\r\nNAME=EDIT_VERSION\r\nCAPTION=1.0.0.0  \r\n"
+                       "FONT=\"Arial, Narrow\", 12, 3\r\nPOSITION=-5 10 70000 22\r\n"
+                       "STYLE=WS_VISIBLE WS_BORDER ES_AUTOHSCROLL BS_FLAT \r\n"
+                       "EXSTYLE=WS_EX_CLIENTEDGE \r\nTRANSPARENT=2\r\nISLOCKED=0\r\n"
+                       "=dropped\r\nEDIT_SELECTALL=1\r\nEDIT_TEXT=a=b\r\n")
+                       .Text()));
     const SWndDialogEntry* e = desc.GetControl(0);
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(e->id, 7);
@@ -129,8 +131,9 @@ TEST(SWndDialogDesc, StyleWordsPerType)
     EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_STATIC, "WS_BORDER WS_VISIBLE"), 0x10000000u);
     EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_GROUP, "BS_CENTER BS_FLAT"), 0x300u);
     EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_PROGRESS, "PBS_SMOOTH\tPBS_VERTICAL"), 0x5u);
-    EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_LIST, "LBS_NOINTEGRALHEIGHT WS_VSCROLL lbs_sort"),
-              0x100u | 0x00200000u);
+    EXPECT_EQ(
+        SWndDialogDesc::ParseStyle(SWND_TYPE_LIST, "LBS_NOINTEGRALHEIGHT WS_VSCROLL lbs_sort"),
+        0x100u | 0x00200000u);
     EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_TREE, "TVS_HASLINES TVS_LINESATROOT"), 0x6u);
     EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_BUTTON, "BS_DEFPUSHBUTTON BS_VCENTER"), 0xC01u);
     EXPECT_EQ(SWndDialogDesc::ParseStyle(SWND_TYPE_DIALOG, "WS_VISIBLEX"), 0u);
@@ -162,16 +165,17 @@ TEST(SWndDialogDesc, Colours)
 TEST(SWndDialogDesc, DuplicateIdsAreRenumbered)
 {
     SWndDialogDesc desc;
-    ASSERT_TRUE(desc.Parse(Doc("[BUTTON]\r\nID=1\r\n\r\n[BUTTON]\r\nID=2\r\n\r\n[LABEL]\r\nID=1\r\n\r\n"
-                               "[LABEL]\r\n\r\n[LABEL]\r\n\r\n[LABEL]\r\nID=4\r\n")
-                               .Text()));
+    ASSERT_TRUE(
+        desc.Parse(Doc("[BUTTON]\r\nID=1\r\n\r\n[BUTTON]\r\nID=2\r\n\r\n[LABEL]\r\nID=1\r\n\r\n"
+                       "[LABEL]\r\n\r\n[LABEL]\r\n\r\n[LABEL]\r\nID=4\r\n")
+                       .Text()));
     ASSERT_EQ(desc.GetControlCount(), 6);
     EXPECT_EQ(desc.GetControl(0)->id, 1);
     EXPECT_EQ(desc.GetControl(1)->id, 2);
-    EXPECT_EQ(desc.GetControl(2)->id, 3);  // 1 was taken
-    EXPECT_EQ(desc.GetControl(3)->id, 0);  // the first 0 keeps it
+    EXPECT_EQ(desc.GetControl(2)->id, 3);   // 1 was taken
+    EXPECT_EQ(desc.GetControl(3)->id, 0);   // the first 0 keeps it
     EXPECT_EQ(desc.GetControl(4)->id, 4);
-    EXPECT_EQ(desc.GetControl(5)->id, 5);  // 4 was taken by the renumbered one
+    EXPECT_EQ(desc.GetControl(5)->id, 5);   // 4 was taken by the renumbered one
 
     // With 1 .. 9999 taken, a duplicate gets -1.
     SWndDialogDesc full;
@@ -202,4 +206,4 @@ TEST(SWndDialogDesc, LoadReadsFromTheFilePosition)
     EXPECT_EQ(SWndDialogDesc::ParseInt("x1"), 0);
 }
 
-}  // namespace
+}   // namespace

@@ -1,7 +1,8 @@
 // Dialogs built from dialog texts, with real windows.
-#include <gtest/gtest.h>
+#include <windows.h>
 
 #include <commctrl.h>
+#include <gtest/gtest.h>
 
 #include <vector>
 
@@ -13,7 +14,8 @@ namespace {
 
 SString Text(const char* dialogKeys, const char* controls = "")
 {
-    SString text("VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=Probe\r\nPOSITION=40 30 300 165\r\n");
+    SString text(
+        "VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=Probe\r\nPOSITION=40 30 300 165\r\n");
     text += dialogKeys;
     text += "\r\n";
     text += controls;
@@ -65,17 +67,21 @@ SIZE ClientSize(HWND hwnd)
 }
 
 const char kControls[] =
-    "[BUTTON]\r\nID=1\r\nNAME=OK\r\nCAPTION=OK\r\nPOSITION=10 120 80 24\r\nSTYLE=WS_VISIBLE \r\n\r\n"
-    "[BUTTON]\r\nID=2\r\nNAME=CANCEL\r\nCAPTION=Cancel\r\nPOSITION=100 120 80 24\r\nSTYLE=WS_VISIBLE \r\n\r\n"
+    "[BUTTON]\r\nID=1\r\nNAME=OK\r\nCAPTION=OK\r\nPOSITION=10 120 80 24\r\nSTYLE=WS_VISIBLE "
+    "\r\n\r\n"
+    "[BUTTON]\r\nID=2\r\nNAME=CANCEL\r\nCAPTION=Cancel\r\nPOSITION=100 120 80 "
+    "24\r\nSTYLE=WS_VISIBLE \r\n\r\n"
     "[TREE]\r\nID=3\r\nNAME=TWIN\r\nCAPTION=tree text\r\nPOSITION=10 10 120 50\r\nSTYLE=WS_VISIBLE "
     "TVS_HASLINES \r\nHALIGN=8\r\nVALIGN=8192\r\n\r\n"
-    "[EDIT]\r\nID=4\r\nNAME=TWIN\r\nCAPTION=second\r\nPOSITION=140 10 100 22\r\nSTYLE=WS_VISIBLE WS_BORDER \r\n"
+    "[EDIT]\r\nID=4\r\nNAME=TWIN\r\nCAPTION=second\r\nPOSITION=140 10 100 22\r\nSTYLE=WS_VISIBLE "
+    "WS_BORDER \r\n"
     "FONT=Arial, 14, 1\r\n";
 
 TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
 {
     ProbeDialog dialog;
-    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_CAPTION WS_SYSMENU \r\nEXSTYLE=WS_EX_TOPMOST \r\n", kControls), 99));
+    ASSERT_TRUE(dialog.Build(
+        Text("STYLE=WS_CAPTION WS_SYSMENU \r\nEXSTYLE=WS_EX_TOPMOST \r\n", kControls), 99));
     HWND hwnd = dialog.GetHandle();
     // Hidden (no WS_VISIBLE) yet ready, once, after its controls exist.
     EXPECT_FALSE(IsWindowVisible(hwnd));
@@ -138,8 +144,8 @@ TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
     EXPECT_EQ((HFONT)dialog.GetRowControl(3)->Send(WM_GETFONT), dialog.GetRowFont(3));
 
     // Automatic layout: the tree moves right by the growth and grows down.
-    SetWindowPos(hwnd, nullptr, 0, 0, window.right - window.left + 50, window.bottom - window.top + 20,
-                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    SetWindowPos(hwnd, nullptr, 0, 0, window.right - window.left + 50,
+                 window.bottom - window.top + 20, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     GetWindowRect(twin->GetHandle(), &r);
     MapWindowPoints(nullptr, hwnd, (POINT*)&r, 2);
     EXPECT_EQ(r.left, 60);
@@ -161,7 +167,8 @@ TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
 TEST(SWndDialog, FailedLoadsShowNothing)
 {
     ProbeDialog dialog;
-    EXPECT_FALSE(dialog.Build("VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=x\r\n\r\n[NOPE]\r\n"));
+    EXPECT_FALSE(
+        dialog.Build("VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=x\r\n\r\n[NOPE]\r\n"));
     EXPECT_EQ(dialog.GetDesc().GetErrorLine(), 6);
     EXPECT_FALSE(dialog.Build("VORLIX DIALOG\r\n"));
     EXPECT_FALSE(dialog.CreateFromText(nullptr, nullptr, nullptr, true, 0));
@@ -172,13 +179,15 @@ TEST(SWndDialog, FailedLoadsShowNothing)
 TEST(SWndDialog, DialogOptions)
 {
     ProbeDialog dialog;
-    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_VISIBLE WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\nBACKCOLOR=#204060\r\n"
-                                  "DIALOG_NOCLOSE=1\r\nDIALOG_DRAGFILES=1\r\nDIALOG_MINSIZE=1\r\n"
-                                  "DIALOG_STATUSBARTEXT=one|two\r\nDIALOG_FOCUS=4\r\n",
-                                  kControls)));
+    ASSERT_TRUE(dialog.Build(
+        Text("STYLE=WS_VISIBLE WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\nBACKCOLOR=#204060\r\n"
+             "DIALOG_NOCLOSE=1\r\nDIALOG_DRAGFILES=1\r\nDIALOG_MINSIZE=1\r\n"
+             "DIALOG_STATUSBARTEXT=one|two\r\nDIALOG_FOCUS=4\r\n",
+             kControls)));
     HWND hwnd = dialog.GetHandle();
     EXPECT_TRUE(IsWindowVisible(hwnd));
-    EXPECT_FALSE(dialog.visibleAtReady);
+    // Shown first, then told it is ready.
+    EXPECT_TRUE(dialog.visibleAtReady);
     char className[32];
     GetClassNameA(hwnd, className, sizeof(className));
     EXPECT_STREQ(className, "CLASS_SWNDEX");
@@ -244,8 +253,9 @@ TEST(SWndDialog, OkAndCancelOnlyWhileModal)
 TEST(SWndDialog, LayeredDialogLosesItsFrame)
 {
     ProbeDialog dialog;
-    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\nEXSTYLE=WS_EX_CLIENTEDGE "
-                                  "WS_EX_TOOLWINDOW \r\nDIALOG_LAYER=1\r\nDIALOG_STATUSBARTEXT=x\r\n")));
+    ASSERT_TRUE(
+        dialog.Build(Text("STYLE=WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\nEXSTYLE=WS_EX_CLIENTEDGE "
+                          "WS_EX_TOOLWINDOW \r\nDIALOG_LAYER=1\r\nDIALOG_STATUSBARTEXT=x\r\n")));
     LONG style = GetWindowLongA(dialog.GetHandle(), GWL_STYLE);
     LONG exStyle = GetWindowLongA(dialog.GetHandle(), GWL_EXSTYLE);
     EXPECT_EQ(style & 0x00CF0000, 0);
@@ -256,4 +266,32 @@ TEST(SWndDialog, LayeredDialogLosesItsFrame)
     EXPECT_EQ(ClientSize(dialog.GetHandle()).cx, 300);
 }
 
-}  // namespace
+TEST(SWndDialog, TabMovesTheFocusByGroup)
+{
+    // Document order c, a, b; groups 2, 1, 1; d takes no part.
+    ProbeDialog dialog;
+    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_VISIBLE WS_CAPTION \r\n",
+                                  "[WINDOW]\r\nID=3\r\nPOSITION=0 0 10 10\r\nSTYLE=WS_VISIBLE \r\n"
+                                  "TABENABLED=1\r\nTABGROUP=2\r\n\r\n"
+                                  "[WINDOW]\r\nID=1\r\nPOSITION=0 20 10 10\r\nSTYLE=WS_VISIBLE \r\n"
+                                  "TABENABLED=1\r\nTABGROUP=1\r\n\r\n"
+                                  "[WINDOW]\r\nID=2\r\nPOSITION=0 40 10 10\r\nSTYLE=WS_VISIBLE \r\n"
+                                  "TABENABLED=1\r\nTABGROUP=1\r\n\r\n"
+                                  "[WINDOW]\r\nID=4\r\nPOSITION=0 60 10 10\r\nSTYLE=WS_VISIBLE \r\n"
+                                  "TABGROUP=0\r\n")));
+    SWnd* a = dialog.FindById(1);
+    SWnd* b = dialog.FindById(2);
+    SWnd* c = dialog.FindById(3);
+    EXPECT_EQ(dialog.FindById(4)->GetTabGroup(), -1);
+    EXPECT_EQ(c->GetTabGroup(), 2);
+    a->SetFocus();
+    ASSERT_EQ(GetFocus(), a->GetHandle());
+    a->Send(WM_KEYDOWN, VK_TAB, 0);
+    EXPECT_EQ(GetFocus(), b->GetHandle());
+    b->Send(WM_KEYDOWN, VK_TAB, 0);
+    EXPECT_EQ(GetFocus(), c->GetHandle());
+    c->Send(WM_KEYDOWN, VK_TAB, 0);
+    EXPECT_EQ(GetFocus(), a->GetHandle());
+}
+
+}   // namespace

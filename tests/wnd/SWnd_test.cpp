@@ -1,6 +1,7 @@
 // The window base and the modal loop, with real windows.
-#include <gtest/gtest.h>
+#include <windows.h>
 
+#include <gtest/gtest.h>
 #include <shlobj.h>
 
 #include <vector>
@@ -87,7 +88,8 @@ TEST(SWnd, CreateMessageAndVisibility)
     EXPECT_FALSE(refused.Saw(WM_DESTROY));
 
     ProbeWnd wnd;
-    ASSERT_TRUE(wnd.Create("Probe", WS_VISIBLE | WS_CAPTION | WS_SYSMENU, 0, &r, nullptr, nullptr, 42));
+    ASSERT_TRUE(
+        wnd.Create("Probe", WS_VISIBLE | WS_CAPTION | WS_SYSMENU, 0, &r, nullptr, nullptr, 42));
     EXPECT_EQ(wnd.userAtCreate, 42);
     EXPECT_FALSE(wnd.visibleAtCreate);
     EXPECT_TRUE(wnd.IsVisible());
@@ -106,7 +108,8 @@ TEST(SWnd, CreateMessageAndVisibility)
 
     ProbeWnd child;
     RECT cr = Rect(5, 5, 20, 20);
-    ASSERT_TRUE(child.Create("", WS_CHILD, WS_EX_STATICEDGE, &cr, wnd.GetHandle(), (HMENU)12, 0, nullptr, true));
+    ASSERT_TRUE(child.Create("", WS_CHILD, WS_EX_STATICEDGE, &cr, wnd.GetHandle(), (HMENU)12, 0,
+                             nullptr, true));
     EXPECT_FALSE(GetWindowLongA(child.GetHandle(), GWL_STYLE) & WS_POPUP);
     EXPECT_FALSE(child.IsVisible());
     EXPECT_TRUE(child.HasFrame());
@@ -180,7 +183,8 @@ TEST(SWnd, NativeControlsAreSubclassed)
     ASSERT_TRUE(parent.Create("", WS_VISIBLE | WS_CAPTION, 0, &r, nullptr, nullptr, 0));
     RECT er = Rect(5, 5, 100, 20);
     SetTextCounter edit;
-    ASSERT_TRUE(edit.CreateClass("EDIT", "abc", WS_CHILD | WS_VISIBLE, 0, &er, parent.GetHandle(), (HMENU)3, 0));
+    ASSERT_TRUE(edit.CreateClass("EDIT", "abc", WS_CHILD | WS_VISIBLE, 0, &er, parent.GetHandle(),
+                                 (HMENU)3, 0));
     EXPECT_EQ(edit.GetText(), "abc");
     EXPECT_TRUE(edit.SetText("hello"));
     EXPECT_EQ(edit.setText, 1);
@@ -189,14 +193,16 @@ TEST(SWnd, NativeControlsAreSubclassed)
 
     ReflectingButton button;
     RECT br = Rect(5, 40, 80, 24);
-    ASSERT_TRUE(button.CreateClass("BUTTON", "Go", WS_CHILD | WS_VISIBLE, 0, &br, parent.GetHandle(), (HMENU)4, 0));
+    ASSERT_TRUE(button.CreateClass("BUTTON", "Go", WS_CHILD | WS_VISIBLE, 0, &br,
+                                   parent.GetHandle(), (HMENU)4, 0));
     button.Send(BM_CLICK);
     PumpUntil([&] { return !button.codes.empty(); }, 1000);
     ASSERT_FALSE(button.codes.empty());
     EXPECT_EQ(button.codes[0], BN_CLICKED);
 
     ProbeWnd bad;
-    EXPECT_FALSE(bad.CreateClass("NO_SUCH_CLASS_X", "", WS_CHILD, 0, &br, parent.GetHandle(), nullptr, 0));
+    EXPECT_FALSE(
+        bad.CreateClass("NO_SUCH_CLASS_X", "", WS_CHILD, 0, &br, parent.GetHandle(), nullptr, 0));
     EXPECT_EQ(bad.GetHandle(), nullptr);
     parent.Destroy();
     EXPECT_EQ(edit.GetHandle(), nullptr);
@@ -323,16 +329,37 @@ TEST(SWnd, DroppedFilesBecomeAStringArray)
     EXPECT_EQ(DragQueryFileA((HDROP)drop, 0xFFFFFFFF, nullptr, 0), 2u);
     GlobalFree(drop);
 
-    // An empty drop still reports, with an empty array.
-    wnd.seen.clear();
-    HGLOBAL empty = MakeDrop({});
-    wnd.Send(WM_DROPFILES, (WPARAM)empty);
-    EXPECT_TRUE(wnd.Saw(SWM_DROPFILES));
-    EXPECT_EQ(wnd.dropped.GetCount(), 2);
-    GlobalFree(empty);
-
     DeleteFileA(file.Text());
     RemoveDirectoryA(folder.Text());
 }
 
-}  // namespace
+TEST(SWnd, MouseCaptureThroughTheAppWindow)
+{
+    ProbeWnd target;
+    ASSERT_TRUE(target.Create("", 0, 0, nullptr, nullptr, nullptr, 0));
+    SWnd* app = SWndApp::GetAppWindow();
+    EXPECT_FALSE(SWndApp::BeginCapture(nullptr, 1));
+
+    // Kind 1 ends on a left-button release; a right one is only forwarded on.
+    ASSERT_TRUE(SWndApp::BeginCapture(&target, 1));
+    EXPECT_EQ(GetCapture(), app->GetHandle());
+    app->Send(WM_MOUSEMOVE, 0, MAKELPARAM(3, 4));
+    app->Send(WM_RBUTTONUP, 0, 0);
+    app->Send(WM_LBUTTONUP, 0, 0);
+    std::vector<UINT> expected = {SWM_CAPTUREMOVE, SWM_CAPTUREEND};
+    EXPECT_EQ(target.seen, expected);
+    EXPECT_NE(GetCapture(), app->GetHandle());
+
+    // Kind 4 ends on the right button; losing the capture is reported.
+    target.seen.clear();
+    ASSERT_TRUE(SWndApp::BeginCapture(&target, 4));
+    app->Send(WM_LBUTTONUP, 0, 0);
+    app->Send(WM_RBUTTONUP, 0, 0);
+    ASSERT_TRUE(SWndApp::BeginCapture(&target, 4));
+    ReleaseCapture();
+    app->Send(WM_MOUSEMOVE, 0, 0);
+    expected = {SWM_CAPTUREEND, SWM_CAPTURELOST};
+    EXPECT_EQ(target.seen, expected);
+}
+
+}   // namespace

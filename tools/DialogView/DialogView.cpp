@@ -105,8 +105,7 @@ void Dump(const SWndDialog& dialog)
         control->GetWindowRect(&place);
         MapWindowPoints(nullptr, hwnd, (POINT*)&place, 2);
         PrintWindowLine(entry ? SWndDialogDesc::GetTypeName(entry->type) : "?",
-                        dialog.GetRowId(row), dialog.GetRowName(row), control->GetHandle(),
-                        place);
+                        dialog.GetRowId(row), dialog.GetRowName(row), control->GetHandle(), place);
     }
 }
 
@@ -118,7 +117,7 @@ int Usage(const char* problem)
     return 2;
 }
 
-}  // namespace
+}   // namespace
 
 int main(int argc, char** argv)
 {

@@ -16,8 +16,7 @@ const uint32_t kPacked = 110012;
 
 uint32_t GetLE32(const unsigned char* p)
 {
-    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) |
-           ((uint32_t)p[3] << 24);
+    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) | ((uint32_t)p[3] << 24);
 }
 
 bool ReadLE32(SFile& file, uint32_t* value)
@@ -46,7 +45,7 @@ bool LeavesFolder(const char* name)
     return false;
 }
 
-} // namespace
+}   // namespace
 
 PPackCheck::PPackCheck() = default;
 
@@ -171,9 +170,9 @@ bool PPackCheck::CheckStream(SFile& file, uint32_t length)
         int result = uncompress(m_raw, &out, m_packed, packed);
         if (result != Z_OK)
             return Fail("chunk %u of %u: zlib reports %d (%s)", i + 1, chunks, result,
-                        result == Z_DATA_ERROR ? "corrupt data"
-                        : result == Z_BUF_ERROR ? "more than 100000 bytes"
-                                                : "error");
+                        result == Z_DATA_ERROR      ? "corrupt data"
+                            : result == Z_BUF_ERROR ? "more than 100000 bytes"
+                                                    : "error");
         if (out != raw)
             return Fail("chunk %u of %u: unpacks to %lu bytes, the header says %u", i + 1, chunks,
                         (unsigned long)out, raw);

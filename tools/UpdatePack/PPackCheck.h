@@ -56,6 +56,6 @@ private:
     bool m_compressed = false;
     int m_entries = 0;
     int64_t m_rawBytes = 0;
-    unsigned char* m_packed = nullptr; // owned chunk input buffer
-    unsigned char* m_raw = nullptr;    // owned chunk output buffer
+    unsigned char* m_packed = nullptr;   // owned chunk input buffer
+    unsigned char* m_raw = nullptr;      // owned chunk output buffer
 };

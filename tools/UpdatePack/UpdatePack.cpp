@@ -103,8 +103,8 @@ private:
 void Summary(int files, int64_t in, int64_t out, double seconds)
 {
     double ratio = in > 0 ? 100.0 * (double)out / (double)in : 0.0;
-    printf("%d files, %lld bytes in, %lld bytes out, ratio %.1f%%, %.2f s\n", files,
-           (long long)in, (long long)out, ratio, seconds);
+    printf("%d files, %lld bytes in, %lld bytes out, ratio %.1f%%, %.2f s\n", files, (long long)in,
+           (long long)out, ratio, seconds);
 }
 
 int Make(const char* folderText, const char* descText, const char* version)
@@ -150,8 +150,7 @@ int Make(const char* folderText, const char* descText, const char* version)
         }
         // Possible where the file system tells letter case apart.
         if (!writer.Add(name.Text())) {
-            Error("Skipped %s: another file has the same name ignoring letter case",
-                  path.Text());
+            Error("Skipped %s: another file has the same name ignoring letter case", path.Text());
             continue;
         }
         added++;
@@ -238,8 +237,7 @@ int Extract(const char* path, const char* destination)
         if (size != 0xFFFFFFFFu)
             bytesOut += size;
     }
-    Summary(index.GetCount() - failures.GetCount(), disk.FileSize(path), bytesOut,
-            timer.Seconds());
+    Summary(index.GetCount() - failures.GetCount(), disk.FileSize(path), bytesOut, timer.Seconds());
     return failures.GetCount() ? kFailed : kOk;
 }
 
@@ -321,8 +319,8 @@ int Run(int argc, char** argv)
         result = Extract(args[1], args[2]);
     else if (!strcmp(command, "verify") && count == 2)
         result = Verify(args[1]);
-    else if (!strcmp(command, "make") || !strcmp(command, "list") ||
-             !strcmp(command, "extract") || !strcmp(command, "verify"))
+    else if (!strcmp(command, "make") || !strcmp(command, "list") || !strcmp(command, "extract") ||
+             !strcmp(command, "verify"))
         return Usage("wrong number of arguments");
     else
         return Usage("unknown command");
@@ -331,7 +329,7 @@ int Run(int argc, char** argv)
     return result;
 }
 
-} // namespace
+}   // namespace
 
 int main(int argc, char** argv)
 {

@@ -1,0 +1,154 @@
+#!/usr/bin/env bash
+# Packs and unpacks a corpus of real Windows binaries with UpdatePack (under
+# Wine) and, in the same run, with tar | pigz -6 -p 2, zip -r -6 and unzip;
+# then packs one 1 GB file of mixed data with UpdatePack. Prints wall time and
+# peak memory of every run and the ratios against the peer tools.
+#
+#   bench/pack.sh [--all]
+#
+# Each corpus measurement runs REPEAT times (default 3); the fastest counts.
+# The corpus is the PE DLLs of Wine's x86_64-windows and i386-windows folders,
+# taken in name order until CORPUS_MB (default 128) is reached; --all takes
+# every one. UPDATEPACK names the UpdatePack.exe to run (default: the
+# windows preset's, built when missing). WORK (default a new folder in /tmp)
+# holds the copies; it is removed at the end.
+set -euo pipefail
+
+here=$(cd "$(dirname "$0")" && pwd)
+source_dir=$(cd "$here/.." && pwd)
+corpus_mb=${CORPUS_MB:-128}
+[[ "${1:-}" == "--all" ]] && corpus_mb=1000000
+
+pack=${UPDATEPACK:-$source_dir/build/windows/bin/UpdatePack.exe}
+if [[ ! -f "$pack" ]]; then
+    cmake --preset windows -S "$source_dir" >/dev/null
+    cmake --build "$source_dir/build/windows" --target UpdatePack
+fi
+for tool in wine pigz zip unzip tar /usr/bin/time; do
+    command -v "$tool" >/dev/null || { echo "bench: $tool is missing" >&2; exit 1; }
+done
+
+work=${WORK:-$(mktemp -d /tmp/vxbench.XXXXXX)}
+mkdir -p "$work"
+export WINEPREFIX=${WINEPREFIX:-/tmp/vxbench-wineprefix}
+export WINEDEBUG=-all
+export WINEDLLOVERRIDES="mscoree,mshtml="
+cleanup()
+{
+    wineserver -k 2>/dev/null || true
+    rm -rf "$work"
+}
+trap cleanup EXIT
+[[ -d "$WINEPREFIX" ]] || wineboot -i >/dev/null 2>&1
+# A wineserver that stays up, so no run pays for starting it.
+wineserver -p
+
+winpath() { echo "Z:${1//\//\\}"; }
+
+# measure NAME COMMAND...: runs the command REPEAT times (default 3) under GNU
+# time and keeps the fastest run: its wall seconds, CPU seconds (user +
+# system) and peak resident set (KB) of the process tree's largest member.
+# The fastest run is the one least disturbed by other work on the machine.
+repeat=${REPEAT:-3}
+declare -A wall cpu rss
+measure()
+{
+    local name=$1 run seconds user system peak
+    shift
+    wall[$name]=
+    for ((run = 0; run < repeat; run++)); do
+        /usr/bin/time -f "%e %U %S %M" -o "$work/time.txt" "$@" >"$work/$name.out" \
+            2>"$work/$name.err" || {
+            echo "bench: $name failed:" >&2
+            cat "$work/$name.err" >&2
+            exit 1
+        }
+        read -r seconds user system peak <"$work/time.txt"
+        if [[ -z "${wall[$name]}" ]] || awk -v a="$seconds" -v b="${wall[$name]}" 'BEGIN { exit !(a < b) }'; then
+            wall[$name]=$seconds
+            cpu[$name]=$(awk -v u="$user" -v s="$system" 'BEGIN { printf "%.2f", u + s }')
+            rss[$name]=$peak
+            cp "$work/$name.out" "$work/$name.best.out"
+            cp "$work/$name.err" "$work/$name.best.err"
+        fi
+    done
+    printf '%-22s %8.2f s %8.2f s %9d KB\n' "$name" "${wall[$name]}" "${cpu[$name]}" "${rss[$name]}"
+}
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }'; }
+minus() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (a - b > 0 ? a - b : 0) }'; }
+
+# The corpus.
+mkdir -p "$work/corpus/x86_64" "$work/corpus/i386"
+total=0
+limit=$((corpus_mb * 1024 * 1024))
+for dll in /usr/lib/x86_64-linux-gnu/wine/i386-windows/*.dll \
+           /usr/lib/x86_64-linux-gnu/wine/x86_64-windows/*.dll; do
+    [[ -f "$dll" ]] || continue
+    (( total >= limit )) && break
+    case "$dll" in
+        */i386-windows/*) cp "$dll" "$work/corpus/i386/" ;;
+        *) cp "$dll" "$work/corpus/x86_64/" ;;
+    esac
+    total=$((total + $(stat -c %s "$dll")))
+done
+files=$(find "$work/corpus" -type f | wc -l)
+echo "corpus: $files DLLs, $((total / 1024 / 1024)) MB; $(nproc) cores; $(wine --version 2>/dev/null)"
+cat "$work"/corpus/*/* >/dev/null
+
+echo
+echo "load average: $(cut -d' ' -f1-3 /proc/loadavg)"
+echo "run                        wall        CPU      peak RSS"
+mkdir -p "$work/pkg"
+measure wine-startup wine "$pack" --help
+measure updatepack-pack wine "$pack" make "$(winpath "$work/corpus")" \
+    "$(winpath "$work/pkg/corpus.upd")" --stats
+measure pigz-pack bash -c "rm -f '$work/corpus.tar.gz'; tar -cf - -C '$work/corpus' . | pigz -6 -p 2 >'$work/corpus.tar.gz'"
+measure zip-pack bash -c "rm -f '$work/corpus.zip'; cd '$work/corpus' && zip -q -r -6 '$work/corpus.zip' ."
+measure updatepack-extract bash -c "rm -rf '$work/out-pack'; wine '$pack' extract \
+    '$(winpath "$work/pkg/corpus.bin")' '$(winpath "$work/out-pack")' --stats"
+measure unzip-extract bash -c "rm -rf '$work/out-zip'; unzip -q '$work/corpus.zip' -d '$work/out-zip'"
+measure pigz-extract bash -c "rm -rf '$work/out-tar'; mkdir -p '$work/out-tar' && pigz -dc -p 2 '$work/corpus.tar.gz' | tar -xf - -C '$work/out-tar'"
+measure updatepack-verify wine "$pack" verify "$(winpath "$work/pkg/corpus.bin")"
+diff -r "$work/corpus" "$work/out-pack" >/dev/null || { echo "bench: the unpacked copy differs" >&2; exit 1; }
+
+bin=$(stat -c %s "$work/pkg/corpus.bin")
+gz=$(stat -c %s "$work/corpus.tar.gz")
+zp=$(stat -c %s "$work/corpus.zip")
+startup=${wall[wine-startup]}
+echo
+echo "sizes: package $bin, tar.gz $gz, zip $zp bytes (of $total)"
+echo "UpdatePack's own figures (inside Wine):"
+grep -h "files,\|peak" "$work/updatepack-pack.best.out" "$work/updatepack-pack.best.err" | sed 's/^/  pack:    /'
+grep -h "files,\|peak" "$work/updatepack-extract.best.out" "$work/updatepack-extract.best.err" | sed 's/^/  extract: /'
+echo
+echo "ratios (wall time; 'net' subtracts Wine's start-up of ${startup} s):"
+echo "  pack    UpdatePack / pigz -6 -p 2: $(ratio "${wall[updatepack-pack]}" "${wall[pigz-pack]}")" \
+     " net $(ratio "$(minus "${wall[updatepack-pack]}" "$startup")" "${wall[pigz-pack]}")" \
+     "  (target <= 1.0)"
+echo "  pack    UpdatePack / zip -6:        $(ratio "${wall[updatepack-pack]}" "${wall[zip-pack]}")"
+echo "  extract UpdatePack / unzip:         $(ratio "${wall[updatepack-extract]}" "${wall[unzip-extract]}")" \
+     " net $(ratio "$(minus "${wall[updatepack-extract]}" "$startup")" "${wall[unzip-extract]}")" \
+     "  (target <= 1.0)"
+echo "  size    package / tar.gz:           $(ratio "$bin" "$gz")"
+echo "ratios of CPU time (less sensitive to other load on the machine):"
+echo "  pack    UpdatePack / pigz:          $(ratio "${cpu[updatepack-pack]}" "${cpu[pigz-pack]}")"
+echo "  extract UpdatePack / unzip:         $(ratio "${cpu[updatepack-extract]}" "${cpu[unzip-extract]}")"
+
+# One large file of mixed data: binaries, random bytes and text.
+echo
+rm -rf "$work/out-pack" "$work/out-zip" "$work/out-tar" "$work/corpus.zip" "$work/corpus.tar.gz"
+mkdir -p "$work/large" "$work/pkg1g"
+# (The writers of each pipe end early on purpose: SIGPIPE is expected.)
+{
+    for _ in 1 2 3 4; do cat "$work"/corpus/*/*; done | head -c 400M || true
+    head -c 300M /dev/urandom
+    yes "0123 text line of a log file, with some numbers 4567 89" | head -c 324M || true
+} >"$work/large/one.dat"
+rm -rf "$work/corpus"
+echo "large: one file of $(($(stat -c %s "$work/large/one.dat") / 1024 / 1024)) MB"
+repeat=1
+measure updatepack-pack-1g wine "$pack" make "$(winpath "$work/large")" \
+    "$(winpath "$work/pkg1g/large.upd")" --stats
+grep -h "files,\|peak" "$work/updatepack-pack-1g.best.out" "$work/updatepack-pack-1g.best.err" | sed 's/^/  /'
+echo "  peak RSS of the Wine process (GNU time): ${rss[updatepack-pack-1g]} KB" \
+     "(start-up alone: ${rss[wine-startup]} KB; target <= 32768 KB)"

@@ -1,0 +1,99 @@
+// The test HTTP servers, started from a test program running under Wine.
+//
+//   TestServers servers;                    // nothing runs yet
+//   servers.Start(VX_SOURCE_DIR, "mytest"); // nginx + fault server, both on
+//                                           // 127.0.0.1, serving one folder
+//   servers.Www()                           // "Z:\tmp\<name>\www\": put files here
+//   servers.Nginx("a.bin")                  // "http://127.0.0.1:<port>/a.bin"
+//   servers.Fault("short/1000")             // a fault server URL (modes: see
+//                                           // fault_server.py)
+//   servers.Stop();                         // also done by the destructor
+//
+// Wine runs Unix programs through CreateProcess but gives no handle to wait
+// on, so the scripts report through files in /tmp/<name>, which this side
+// reaches as Z:\tmp\<name>. Both servers also end by themselves after 300 s.
+#pragma once
+
+#include <stdio.h>
+#include <windows.h>
+
+#include <string>
+
+class TestServers {
+public:
+    ~TestServers() { Stop(); }
+
+    // sourceDir is VX_SOURCE_DIR ("Z:/..."); tag names the run's folder. False
+    // when a server did not report its port within 15 s.
+    bool Start(const std::string& sourceDir, const std::string& tag)
+    {
+        m_scripts = sourceDir.substr(2) + "/tests/servers/";
+        m_name = "vx-" + tag + "-" + std::to_string(GetCurrentProcessId());
+        std::string base = "/tmp/" + m_name;
+        CreateDirectoryA(("Z:\\tmp\\" + m_name).c_str(), nullptr);
+        if (!CreateDirectoryA(Www().c_str(), nullptr))
+            return false;
+        m_started = true;
+        RunUnix("exec python3 " + m_scripts + "fault_server.py --root " + base +
+                "/www --port-file " + base + "/fault.port --pid-file " + base +
+                "/fault.pid --lifetime 300 >/dev/null");
+        RunUnix("exec bash " + m_scripts + "nginx_server.sh start " + base + "/www " + base +
+                "/nginx 300 >/dev/null");
+        m_fault = WaitForPort("Z:\\tmp\\" + m_name + "\\fault.port");
+        m_nginx = WaitForPort("Z:\\tmp\\" + m_name + "\\nginx\\port");
+        return m_fault && m_nginx;
+    }
+
+    // Stops both servers and removes the run's folder.
+    void Stop()
+    {
+        if (!m_started)
+            return;
+        m_started = false;
+        std::string base = "/tmp/" + m_name;
+        RunUnix("kill $(cat " + base + "/fault.pid); bash " + m_scripts + "nginx_server.sh stop " +
+                base + "/nginx; rm -rf " + base);
+    }
+
+    std::string Www() const { return "Z:\\tmp\\" + m_name + "\\www\\"; }
+    std::string Nginx(const std::string& path) const { return Url(m_nginx, path); }
+    std::string Fault(const std::string& path) const { return Url(m_fault, path); }
+
+    // Starts "/bin/sh -c script" without waiting for it.
+    static void RunUnix(const std::string& script)
+    {
+        std::string line = "/bin/sh -c \"PATH=/usr/sbin:/usr/bin:/bin:$PATH; " + script + "\"";
+        STARTUPINFOA si = {};
+        si.cb = sizeof(si);
+        PROCESS_INFORMATION pi = {};
+        if (CreateProcessA(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si,
+                           &pi)) {
+            CloseHandle(pi.hThread);
+            CloseHandle(pi.hProcess);
+        }
+    }
+
+private:
+    static std::string Url(int port, const std::string& path)
+    {
+        return "http://127.0.0.1:" + std::to_string(port) + "/" + path;
+    }
+
+    static int WaitForPort(const std::string& path)
+    {
+        for (int i = 0; i < 750; i++, Sleep(20)) {
+            int port = 0;
+            if (FILE* f = fopen(path.c_str(), "r")) {
+                bool ok = fscanf(f, "%d", &port) == 1 && port > 0;
+                fclose(f);
+                if (ok)
+                    return port;
+            }
+        }
+        return 0;
+    }
+
+    std::string m_scripts, m_name;
+    int m_nginx = 0, m_fault = 0;
+    bool m_started = false;
+};
