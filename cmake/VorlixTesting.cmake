@@ -8,6 +8,8 @@
 #     `gui` get an X display (a shared Xvfb) and take the lock `vx_desktop`, so
 #     two of them never fight over focus and input on the one Wine desktop.
 #     In the native build only `unit` tests are built; the others are ignored.
+#     Under Wine, a crash of the test program or of any program it starts
+#     (Wine's "wine: Unhandled ..." note in the output) fails the test.
 #
 #   vx_add_fuzzer(<name> SOURCES <files...> [LIBS <targets...>])
 #     Native build only (ignored otherwise): a libFuzzer program <name>,
@@ -98,6 +100,10 @@ function(vx_add_gtest name)
     LABELS "${arg_LABELS}"
     TIMEOUT ${arg_TIMEOUT}
     ENVIRONMENT "${env}")
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    # Wine's note on a crash, of the test program or of one it started.
+    set_property(TEST ${name} PROPERTY FAIL_REGULAR_EXPRESSION "wine: Unhandled")
+  endif()
 endfunction()
 
 function(vx_add_fuzzer name)

@@ -1,12 +1,17 @@
 // Update.exe in make mode as a whole program, driven through its real
-// windows: typed texts, a folder dropped with a real WM_DROPFILES, the "Make"
-// button, the Save As dialog and the "Error" message boxes.
+// windows: typed texts, the "Make" button, the Save As dialog and the "Error"
+// message boxes. Dropping is tried on the same dialog built inside the test:
+// a drop handle is memory of the receiving process, which another process
+// cannot hand over by posting WM_DROPFILES.
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
 #include "E2eSupport.h"
 #include "core/SStringArray.h"
+#include "PWndMake.h"
+#include "file/SFileMem.h"
 #include "file/SResource.h"
+#include "wnd/SWndApp.h"
 
 using namespace e2e;
 
@@ -94,24 +99,6 @@ protected:
         ASSERT_FALSE(IsWindow(save)) << "Save As dialog did not close";
     }
 
-    // Drops paths on the dialog as the shell does: a DROPFILES block in the
-    // maker's own memory and a posted WM_DROPFILES.
-    void DropOnDialog(const std::vector<std::string>& paths)
-    {
-        std::string block(sizeof(DROPFILES), '\0');
-        DROPFILES header = {};
-        header.pFiles = sizeof(DROPFILES);
-        memcpy(&block[0], &header, sizeof(header));
-        for (const std::string& path : paths)
-            block += path + '\0';
-        block += '\0';
-        HGLOBAL drop = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, block.size());
-        ASSERT_NE(drop, nullptr);
-        memcpy(GlobalLock(drop), block.data(), block.size());
-        GlobalUnlock(drop);
-        ASSERT_TRUE(PostMessageA(m_dialog, WM_DROPFILES, (WPARAM)drop, 0));
-    }
-
     // Waits for the maker to go idle (its queue drained).
     void Settle() { SendMessageTimeoutA(m_dialog, WM_NULL, 0, 0, SMTO_NORMAL, 20000, nullptr); }
 
@@ -166,30 +153,17 @@ TEST_F(UpdateMake, TypedFolderMakesPackageAndDescription)
     ASSERT_TRUE(verify.Start(BinDir() + "UpdatePack.exe", "verify \"" + package + "\""));
     ASSERT_TRUE(verify.Wait(30000));
     EXPECT_EQ(verify.ExitCode(), 0u);
-    // The dialog stays open for another run.
-    EXPECT_TRUE(m_maker.IsRunning());
-}
-
-TEST_F(UpdateMake, DroppedFolderFillsTheFolderField)
-{
-    std::string source = MakeSourceTree();
-    std::string file = source + "app.exe";
-    DropOnDialog({file});
-    Settle();
-    EXPECT_EQ(ItemText(ID_EDIT_FOLDER), "") << "a dropped file must leave the field unchanged";
-
-    std::string sub = source + "sub";
-    DropOnDialog({sub, source});
-    Settle();
-    EXPECT_EQ(ItemText(ID_EDIT_FOLDER), sub + "\\") << "only the first item counts";
-
-    // An empty version writes only the line end.
+    // The dialog stays open for another run; an empty version writes only
+    // the line end.
+    ASSERT_TRUE(m_maker.IsRunning());
     SetItemText(ID_EDIT_VERSION, "");
     PressMake();
-    AnswerSaveDialog(m_root / "dropped.upd");
+    AnswerSaveDialog(out + "empty version.upd");
     Settle();
-    std::string size = std::to_string(ReadFileText(m_root / "dropped.bin").size());
-    EXPECT_EQ(ReadFileText(m_root / "dropped.upd"), "\r\n" + size + "\r\n");
+    size = std::to_string(ReadFileText(out + "empty version.bin").size());
+    EXPECT_EQ(ReadFileText(out + "empty version.upd"), "\r\n" + size + "\r\n");
+    // The dialog takes dropped files.
+    EXPECT_TRUE(GetWindowLongA(m_dialog, GWL_EXSTYLE) & WS_EX_ACCEPTFILES);
 }
 
 TEST_F(UpdateMake, BadInputShowsErrorsAndCancelWritesNothing)
@@ -212,6 +186,77 @@ TEST_F(UpdateMake, BadInputShowsErrorsAndCancelWritesNothing)
     Settle();
     EXPECT_EQ(CountFiles(m_root.Path()), 0);
     EXPECT_TRUE(m_maker.IsRunning());
+}
+
+// The maker dialog built from the tool's own dialog text inside this process,
+// so that a drop handle can be made here as the shell makes one.
+class MakerDropping : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        SWndApp::Init(GetModuleHandleA(nullptr), true, false, false);
+        SFileMem text;
+        ASSERT_TRUE(text.LoadResource("BINARY", 151));
+        ASSERT_TRUE(m_maker.CreateFromText(&text, nullptr, nullptr, true, 0));
+        m_folder = m_maker.FindById(ID_EDIT_FOLDER);
+        ASSERT_NE(m_folder, nullptr);
+    }
+    void TearDown() override
+    {
+        m_maker.Destroy();
+        SWndApp::DrainQueue();
+        SWndApp::Exit();
+    }
+
+    // Posts WM_DROPFILES with a drop handle of paths and dispatches it.
+    void Drop(const std::vector<std::string>& paths)
+    {
+        std::string names;
+        for (const std::string& path : paths)
+            names += path + '\0';
+        names += '\0';
+        HGLOBAL drop = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, sizeof(DROPFILES) + names.size());
+        ASSERT_NE(drop, nullptr);
+        DROPFILES* header = (DROPFILES*)GlobalLock(drop);
+        header->pFiles = sizeof(DROPFILES);
+        memcpy(header + 1, names.data(), names.size());
+        GlobalUnlock(drop);
+        ASSERT_TRUE(PostMessageA(m_maker.GetHandle(), WM_DROPFILES, (WPARAM)drop, 0));
+        MSG msg;
+        while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {
+            TranslateMessage(&msg);
+            DispatchMessageA(&msg);
+        }
+        // The receiver leaves the handle to its sender.
+        GlobalFree(drop);
+    }
+
+    TempDir m_root;
+    PWndMake m_maker;
+    SWnd* m_folder = nullptr;
+};
+
+TEST_F(MakerDropping, OnlyAFolderAsFirstItemFillsTheFolderField)
+{
+    std::string folder = m_root / "dropped folder";
+    std::string sub = m_root / "dropped folder\\sub";
+    CreateDirectoryA(folder.c_str(), nullptr);
+    CreateDirectoryA(sub.c_str(), nullptr);
+    std::string file = m_root / "a file.txt";
+    ASSERT_TRUE(WriteFileText(file, "x"));
+
+    Drop({file, folder});
+    EXPECT_STREQ(m_folder->GetText().Text(), "") << "a file first must leave the field alone";
+
+    Drop({folder, sub});
+    EXPECT_EQ(std::string(m_folder->GetText().Text()), folder + "\\");
+
+    // Written in another form, the folder is shown in its full form.
+    Drop({sub + "\\..\\"});
+    EXPECT_EQ(std::string(m_folder->GetText().Text()), folder + "\\");
+
+    Drop({m_root / "no such folder"});
+    EXPECT_EQ(std::string(m_folder->GetText().Text()), folder + "\\");
 }
 
 }  // namespace

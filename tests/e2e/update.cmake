@@ -3,7 +3,7 @@
 # fault server on 127.0.0.1 for the length of the run.
 foreach(name UpdateInstall UpdateMake)
   add_executable(${name}_test ${name}_test.cpp)
-  target_link_libraries(${name}_test PRIVATE vx_file gtest_main gtest)
+  target_link_libraries(${name}_test PRIVATE vx_app vx_resources gtest_main gtest)
   _vx_test_definitions(${name}_test)
   add_dependencies(${name}_test Update SampleApp1 SampleApp2)
   if(TARGET UpdatePack)

@@ -1,15 +1,8 @@
 # The update package archive: its entry list over memory everywhere, the
 # archive itself on real folders under the platform, and a fuzzer of the
 # reading side.
-set(_vx_archive_index)
-get_target_property(_vx_file_sources vx_file SOURCES)
-if(NOT "SResourceIndex.cpp" IN_LIST _vx_file_sources)
-  # The native library has not taken the index yet; build it in.
-  set(_vx_archive_index ${PROJECT_SOURCE_DIR}/lib/file/SResourceIndex.cpp)
-endif()
-
 vx_add_gtest(SResourceIndex_test
-  SOURCES SResourceIndex_test.cpp ${_vx_archive_index}
+  SOURCES SResourceIndex_test.cpp
   LIBS vx_file
   LABELS unit
   TIMEOUT 60)
@@ -19,7 +12,7 @@ if(WIN32)
 endif()
 
 vx_add_fuzzer(SResourceIndex_fuzz
-  SOURCES SResourceIndex_fuzz.cpp ${_vx_archive_index}
+  SOURCES SResourceIndex_fuzz.cpp
           ${PROJECT_SOURCE_DIR}/tools/UpdatePack/PPackCheck.cpp
   LIBS vx_file)
 if(TARGET SResourceIndex_fuzz)
