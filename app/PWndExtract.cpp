@@ -14,7 +14,9 @@ PWndExtract::PWndExtract() : m_thread(this), m_label(nullptr), m_progress(nullpt
 {
 }
 
-PWndExtract::~PWndExtract() {}
+PWndExtract::~PWndExtract()
+{
+}
 
 LRESULT PWndExtract::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
 {
@@ -33,7 +35,7 @@ LRESULT PWndExtract::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
 }
 
 PWndExtract::_PThread::_PThread(PWndExtract* dialog)
-    : m_total(0), m_received(0), m_dialog(dialog)
+    : m_total(0), m_received(0), m_progressPending(0), m_dialog(dialog)
 {
 }
 
@@ -49,11 +51,16 @@ void PWndExtract::_PThread::OnNotify(int code, SValue*)
             m_dialog->m_label->SetText("Failed.");
         break;
     case NOTIFY_PROGRESS:
+        InterlockedExchange(&m_progressPending, 0);
         // Without a length (total -1) the position is zero or negative and
         // the bar stays at its minimum.
         if (m_dialog->m_progress) {
-            int position = (int)(m_received * 1.0 / m_total * 1000.0);
-            m_dialog->m_progress->Send(PBM_SETPOS, (WPARAM)position);
+            double position = m_received * 1.0 / m_total * 1000.0;
+            // A server that announces 0 bytes and sends some gives an
+            // infinite or undefined quotient, which has no int value.
+            if (!(position > -1e9 && position < 1e9))
+                position = position > 0 ? 1e9 : 0;
+            m_dialog->m_progress->Send(PBM_SETPOS, (WPARAM)(int)position);
         }
         break;
     }
@@ -75,8 +82,7 @@ bool PWndExtract::_PThread::Install()
         return false;
 
     _PNetwork network(this);
-    bool downloaded =
-        network.Download(&file, SWndApp::GetArg(1, true).Text(), 1024, 0);
+    bool downloaded = network.Download(&file, SWndApp::GetArg(1, true).Text(), 1024, 0);
     file.Close();
     if (!downloaded) {
         disk.Remove(temp.Text());
@@ -115,11 +121,14 @@ bool PWndExtract::_PThread::Install()
     return true;
 }
 
-int PWndExtract::_PNetwork::OnProgress(int total, int offset, uint32_t, const uint8_t*, SFile*,
-                                       int)
+int PWndExtract::_PNetwork::OnProgress(int total, int offset, uint32_t, const uint8_t*, SFile*, int)
 {
     m_thread->m_total = total;
     m_thread->m_received = offset;
-    m_thread->Notify(NOTIFY_PROGRESS, 0);
+    // A worker is far faster than a UI thread that repaints: unthrottled,
+    // progress would take all notification slots and the final "done" or
+    // "failed" could be dropped, leaving the dialog stuck.
+    if (InterlockedCompareExchange(&m_thread->m_progressPending, 1, 0) == 0)
+        m_thread->Notify(NOTIFY_PROGRESS, 0);
     return 0;
 }

@@ -34,10 +34,16 @@ private:
         // without a lock: a torn pair only shows a wrong position once.
         volatile int32_t m_total;
         volatile int32_t m_received;
+        // 1 while a progress notification waits for the UI thread. Blocks
+        // arriving meanwhile only update the two fields, which that
+        // notification reads when it is handled; so the notification slots
+        // never fill up with progress and the final notification always
+        // finds a free one.
+        volatile LONG m_progressPending;
 
     private:
         bool Install();
-        PWndExtract* m_dialog;  // not owned: the dialog that owns this worker
+        PWndExtract* m_dialog;   // not owned: the dialog that owns this worker
     };
 
     class _PNetwork : public SNetwork {
@@ -49,11 +55,11 @@ private:
                        SFile* destination, int userValue) override;
 
     private:
-        _PThread* m_thread;  // not owned
+        _PThread* m_thread;   // not owned
     };
 
     _PThread m_thread;
-    SWnd* m_label;     // not owned: rows of the dialog; null before it is ready
-    SWnd* m_progress;  // not owned
-    SWnd* m_list;      // not owned
+    SWnd* m_label;      // not owned: rows of the dialog; null before it is ready
+    SWnd* m_progress;   // not owned
+    SWnd* m_list;       // not owned
 };

@@ -5,9 +5,13 @@
 #include "file/SResource.h"
 #include "wnd/SSelector.h"
 
-PWndMake::PWndMake() : m_editVersion(nullptr), m_editFolder(nullptr) {}
+PWndMake::PWndMake() : m_editVersion(nullptr), m_editFolder(nullptr)
+{
+}
 
-PWndMake::~PWndMake() {}
+PWndMake::~PWndMake()
+{
+}
 
 LRESULT PWndMake::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
 {
@@ -65,7 +69,7 @@ void PWndMake::Make()
     source.SetFolder(m_editFolder->GetText().Text());
     SString folder = source.Full();
     if (folder.IsEmpty() || !m_disk.IsFolder(folder.Text())) {
-        ::MessageBoxA(GetHandle(), "Invalid folder", "Error", MB_ICONINFORMATION);
+        ShowMessage("Invalid folder", "Error", MB_ICONINFORMATION);
         return;
     }
 
@@ -78,7 +82,7 @@ void PWndMake::Make()
     if (self >= 0)
         files.RemoveAt(self);
     if (files.GetCount() == 0) {
-        ::MessageBoxA(GetHandle(), "No files", "Error", MB_ICONINFORMATION);
+        ShowMessage("No files", "Error", MB_ICONINFORMATION);
         return;
     }
 

@@ -29,6 +29,6 @@ private:
     void OnDropFiles(const SStringArray* paths);
 
     SDisk m_disk;
-    SWnd* m_editVersion;  // not owned: a row of the dialog; null before it is ready
-    SWnd* m_editFolder;   // not owned: a row of the dialog; null before it is ready
+    SWnd* m_editVersion;   // not owned: a row of the dialog; null before it is ready
+    SWnd* m_editFolder;    // not owned: a row of the dialog; null before it is ready
 };

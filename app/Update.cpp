@@ -22,7 +22,7 @@ void RunDialog(SWndDialog* dialog, int resourceId)
 {
     SFileMem text;
     bool built = text.LoadResource("BINARY", (unsigned short)resourceId) &&
-                 dialog->CreateFromText(&text, nullptr, nullptr, true, 0);
+        dialog->CreateFromText(&text, nullptr, nullptr, true, 0);
     text.Close();
     if (built)
         SWndApp::RunModalLoop(dialog, nullptr);
@@ -43,8 +43,7 @@ bool WaitForApplicationEnd()
         // Deliberately a spin on the clock, not a sleep: no window exists yet
         // and no message is pumped.
         DWORD step = timeGetTime();
-        while (timeGetTime() - step < WAIT_STEP_MS) {
-        }
+        while (timeGetTime() - step < WAIT_STEP_MS) {}
     }
     return false;
 }
@@ -64,7 +63,7 @@ int UpdateMain(HINSTANCE instance)
     return 0;
 }
 
-}  // namespace
+}   // namespace
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int)
 {

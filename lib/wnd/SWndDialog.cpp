@@ -84,6 +84,7 @@ bool SWndDialog::CreateFromText(SFile* document, HWND parent, SResource* archive
         return false;
     if (!m_desc.Load(document))
         return false;
+    ScaleToDisplay();
     return Build(parent, popup, user);
 }
 
@@ -96,8 +97,36 @@ bool SWndDialog::CreateFromDesc(const SWndDialogDesc& desc, HWND parent, bool po
         m_desc.GetDialog() = desc.GetDialog();
         for (int i = 0; i < desc.GetControlCount(); i++)
             m_desc.AddControl(*desc.GetControl(i));
+        ScaleToDisplay();
     }
     return Build(parent, popup, user);
+}
+
+namespace {
+
+// Positions in dialog texts are pixels at 96 dots per inch; on a scaled
+// display they grow with the fonts, so the layout keeps its proportions.
+void ScaleForDisplay(SWndDialogEntry* entry, int dpi)
+{
+    entry->x = (short)MulDiv(entry->x, dpi, 96);
+    entry->y = (short)MulDiv(entry->y, dpi, 96);
+    entry->width = (short)MulDiv(entry->width, dpi, 96);
+    entry->height = (short)MulDiv(entry->height, dpi, 96);
+}
+
+}  // namespace
+
+void SWndDialog::ScaleToDisplay()
+{
+    HDC screen = GetDC(nullptr);
+    int dpi = screen ? GetDeviceCaps(screen, LOGPIXELSY) : 96;
+    if (screen)
+        ReleaseDC(nullptr, screen);
+    if (dpi <= 96)
+        return;
+    ScaleForDisplay(&m_desc.GetDialog(), dpi);
+    for (int i = 0; i < m_desc.GetControlCount(); i++)
+        ScaleForDisplay(m_desc.GetControl(i), dpi);
 }
 
 bool SWndDialog::Build(HWND parent, bool popup, LPARAM user)

@@ -71,7 +71,8 @@ public:
     const char* GetRowName(int row) const;
     HFONT GetRowFont(int row) const;
 
-    // The description the dialog was built from (empty before a build).
+    // The description the dialog was built from (empty before a build), its
+    // positions scaled from 96 dots per inch to the display's.
     const SWndDialogDesc& GetDesc() const { return m_desc; }
     // The status bar made from DIALOG_STATUSBARTEXT, or null.
     SWnd* GetStatusBar() const { return m_statusBar; }
@@ -93,6 +94,7 @@ protected:
 
 private:
     bool Build(HWND parent, bool popup, LPARAM user);
+    void ScaleToDisplay();
     bool CreateControl(const SWndDialogEntry& entry);
     void CreateStatusBar(const SString& texts);
     void DestroyRows();

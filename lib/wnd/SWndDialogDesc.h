@@ -42,6 +42,10 @@ public:
     int GetControlCount() const { return m_controls.GetCount(); }
     // The control entry at index, or null outside 0 .. count-1.
     const SWndDialogEntry* GetControl(int index) const;
+    SWndDialogEntry* GetControl(int index)
+    {
+        return const_cast<SWndDialogEntry*>(static_cast<const SWndDialogDesc*>(this)->GetControl(index));
+    }
 
     // Appends a copy of entry as a control. When its ID is already used by an
     // earlier control it gets the lowest unused ID from 1 to 9999, or -1 when

@@ -38,23 +38,20 @@ TEST(SArray, SlotBlockGrowsAndShrinksInStepsOf64)
     EXPECT_EQ(a.GetCapacity(), 64);
     EXPECT_EQ(a.GetAt(9), 9);
     a.SetCount(-3);
-    EXPECT_EQ(a.GetCount(), 0);
-    EXPECT_EQ(a.GetCapacity(), 64);
+    EXPECT_TRUE(a.GetCount() == 0 && a.GetCapacity() == 64);
 
     a.SetFlags(SARRAY_REVERSE);
     a.SetFlags(0x100);
     EXPECT_EQ(a.GetFlags(), 0x101u);
     a.FreeSlots();
-    EXPECT_EQ(a.GetCapacity(), 0);
-    EXPECT_EQ(a.GetFlags(), 0u);
+    EXPECT_TRUE(a.GetCapacity() == 0 && a.GetFlags() == 0);
 }
 
 TEST(SArray, InsertClampsTheIndexAndMovesSlotsUp)
 {
     SArray<int> a;
-    a.Add(1);
-    a.Add(2);
-    a.Add(3);
+    for (int v : {1, 2, 3})
+        a.Add(v);
     EXPECT_EQ(a.Insert(9, 1000), 3);
     EXPECT_EQ(a.GetAt(3), 9);
     EXPECT_EQ(a.Insert(7, 1, 3), 1);
@@ -142,37 +139,31 @@ TEST(SStringArray, EmptyingAndEditing)
     a.Split("one,two,three", ',');
     a.SetAt(1, "TWO");
     a.SetAt(3, "ignored");
-    EXPECT_STREQ(a.GetAt(1).Text(), "TWO");
-    EXPECT_EQ(a.GetCount(), 3);
+    EXPECT_STREQ(a.Join(",").Text(), "one,TWO,three");
 
-    a.DeleteElements();
-    EXPECT_EQ(a.GetCount(), 3);
-    EXPECT_EQ(a.GetSlots()[0], 0);
-    EXPECT_STREQ(a.GetText(0), "");
+    a.DeleteElements();   // slots stay, emptied
+    EXPECT_TRUE(a.GetCount() == 3 && a.GetSlots()[0] == 0);
     a.SetAt(0, "back");   // an emptied slot gets a new element
     EXPECT_STREQ(a.GetText(0), "back");
     a.RemoveAll();
-    EXPECT_EQ(a.GetCount(), 0);
-    EXPECT_EQ(a.GetCapacity(), 64);
+    EXPECT_TRUE(a.GetCount() == 0 && a.GetCapacity() == 64);
 
     EXPECT_EQ(a.CreateElementFromText("  padded \t"), 0);
     EXPECT_STREQ(a.GetText(0), "padded");
     a.Add(" x ");
     EXPECT_STREQ(a.ElementToText(1).Text(), "x");
     EXPECT_STREQ(a.ElementToText(5).Text(), "");
-    EXPECT_EQ(a.RemoveAt(0), 1);
-    EXPECT_STREQ(a.GetText(0), " x ");
+}
 
+TEST(SStringArray, SplitAndJoin)
+{
     SStringArray parts;
     EXPECT_EQ(parts.Split("a,,b,", ','), 4);
     EXPECT_STREQ(parts.Join("|").Text(), "a||b|");
     EXPECT_EQ(parts.Split("", ','), 0);
     EXPECT_EQ(parts.Split("solo", ','), 1);
     EXPECT_STREQ(parts.GetText(4), "solo");
-}
 
-TEST(SStringArray, Join)
-{
     SStringArray a;
     a.Split("a,b,c", ',');
     EXPECT_STREQ(a.Join(" | ", 0, -1).Text(), "a | b | c");
@@ -184,18 +175,4 @@ TEST(SStringArray, Join)
     EXPECT_STREQ(a.Join(nullptr).Text(), "abc");
     SStringArray empty;
     EXPECT_STREQ(empty.Join(",").Text(), "");
-}
-
-TEST(SStringArray, ManyElements)
-{
-    SStringArray a;
-    SString text;
-    for (int i = 0; i < 5000; i++) {
-        text.Format("%d", i);
-        ASSERT_EQ(a.Add(text.Text()), i);
-    }
-    EXPECT_EQ(a.GetCapacity(), 5056);
-    EXPECT_EQ(a.Find("4999"), 4999);
-    EXPECT_EQ(a.Insert("first", 0), 0);
-    EXPECT_STREQ(a.GetText(5000), "4999");
 }

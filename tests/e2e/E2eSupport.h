@@ -166,8 +166,8 @@ public:
         startup.cb = sizeof(startup);
         m_startTick = GetTickCount();
         return CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, FALSE, 0,
-                              environment.empty() ? nullptr : environment.data(), nullptr,
-                              &startup, &m_info) != FALSE;
+                              environment.empty() ? nullptr : environment.data(), nullptr, &startup,
+                              &m_info) != FALSE;
     }
 
     // True when the program ended within timeoutMs.
@@ -205,8 +205,8 @@ inline std::string WindowText(HWND window)
 
 struct WindowSearch {
     DWORD processId;
-    const char* title;      // exact title, or null for any
-    const char* className;  // exact class, or null for any
+    const char* title;       // exact title, or null for any
+    const char* className;   // exact class, or null for any
     bool visibleOnly;
     HWND found;
 };
@@ -283,4 +283,4 @@ inline bool WaitForFileText(const std::string& path, const std::string& text, DW
     return false;
 }
 
-}  // namespace e2e
+}   // namespace e2e

@@ -34,6 +34,7 @@ TEST(SUpdateClient, CommandLineReadsBackAsTheFourArguments)
     }
     std::string line;
     EXPECT_FALSE(SUpdateClient::BuildCommandLine("u.exe", 1, "a\"b", "c", "d", &line));
+    EXPECT_FALSE(SUpdateClient::BuildCommandLine("u.exe", 1, "a", "C:\\app\\\\", "d", &line));
 }
 
 TEST(SUpdateClient, DescriptionAndVersions)
@@ -58,4 +59,4 @@ TEST(SUpdateClient, DescriptionAndVersions)
     EXPECT_EQ(SUpdateClient::PackageUrlFor("http://h/v1.2/release"), "http://h/v1.2/release.bin");
 }
 
-}  // namespace
+}   // namespace

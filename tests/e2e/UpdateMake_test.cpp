@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
+#include <algorithm>
+
 #include "E2eSupport.h"
-#include "core/SStringArray.h"
 #include "PWndMake.h"
+#include "core/SStringArray.h"
 #include "file/SFileMem.h"
 #include "file/SResource.h"
 #include "wnd/SWndApp.h"
@@ -19,6 +21,7 @@ namespace {
 
 const int ID_EDIT_FOLDER = 3;
 const int ID_BTN_MAKE = 1;
+const int ID_BTN_FOLDER = 4;
 const int ID_EDIT_VERSION = 7;
 
 class UpdateMake : public ::testing::Test {
@@ -179,6 +182,29 @@ TEST_F(UpdateMake, BadInputShowsErrorsAndCancelWritesNothing)
     PressMake();
     ExpectErrorBox("No files");
 
+    // "..." opens the folder chooser titled "Source files"; cancelling it
+    // keeps the field.
+    SetItemText(ID_EDIT_FOLDER, only);
+    PostMessageA(m_dialog, WM_COMMAND, MAKEWPARAM(ID_BTN_FOLDER, BN_CLICKED),
+                 (LPARAM)GetDlgItem(m_dialog, ID_BTN_FOLDER));
+    HWND chooser = nullptr;
+    DWORD start = GetTickCount();
+    while (!chooser && GetTickCount() - start < 15000) {
+        HWND box = FindProcessWindow(m_maker.Id(), nullptr, "#32770");
+        std::vector<std::string> texts = box ? ChildTexts(box) : std::vector<std::string>();
+        if (std::find(texts.begin(), texts.end(), "Source files") != texts.end())
+            chooser = box;
+        else
+            Sleep(100);
+    }
+    ASSERT_NE(chooser, nullptr) << "no folder chooser titled \"Source files\"";
+    PostMessageA(chooser, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), 0);
+    start = GetTickCount();
+    while (IsWindow(chooser) && GetTickCount() - start < 10000)
+        Sleep(50);
+    ASSERT_FALSE(IsWindow(chooser));
+    EXPECT_EQ(ItemText(ID_EDIT_FOLDER), only);
+
     std::string source = MakeSourceTree();
     SetItemText(ID_EDIT_FOLDER, source);
     PressMake();
@@ -188,9 +214,25 @@ TEST_F(UpdateMake, BadInputShowsErrorsAndCancelWritesNothing)
     EXPECT_TRUE(m_maker.IsRunning());
 }
 
+TEST(UpdateArguments, AnyCountButFourOpensTheMaker)
+{
+    for (const char* arguments : {"a b c", "1 \"http://127.0.0.1:1/x.bin\" C:\\ C:\\x.exe extra"}) {
+        SCOPED_TRACE(arguments);
+        Process maker;
+        ASSERT_TRUE(maker.Start(BinDir() + "Update.exe", arguments));
+        HWND dialog = WaitForProcessWindow(maker.Id(), "Make update files", 20000);
+        ASSERT_NE(dialog, nullptr);
+        EXPECT_EQ(FindProcessWindow(maker.Id(), "Update"), nullptr);
+        PostMessageA(dialog, WM_CLOSE, 0, 0);
+        ASSERT_TRUE(maker.Wait(10000));
+        EXPECT_EQ(maker.ExitCode(), 0u);
+    }
+}
+
 // The maker dialog built from the tool's own dialog text inside this process,
-// so that a drop handle can be made here as the shell makes one.
-class MakerDropping : public ::testing::Test {
+// so that a drop handle can be made here as the shell makes one, and the
+// message boxes can be inspected by handle.
+class MakerInProcess : public ::testing::Test {
 protected:
     void SetUp() override
     {
@@ -204,7 +246,10 @@ protected:
     void TearDown() override
     {
         m_maker.Destroy();
-        SWndApp::DrainQueue();
+        // The dialog's quit message too: left behind, it would end the next
+        // test's message boxes at once.
+        MSG msg;
+        while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {}
         SWndApp::Exit();
     }
 
@@ -236,7 +281,7 @@ protected:
     SWnd* m_folder = nullptr;
 };
 
-TEST_F(MakerDropping, OnlyAFolderAsFirstItemFillsTheFolderField)
+TEST_F(MakerInProcess, OnlyAFolderAsFirstItemFillsTheFolderField)
 {
     std::string folder = m_root / "dropped folder";
     std::string sub = m_root / "dropped folder\\sub";
@@ -259,4 +304,58 @@ TEST_F(MakerDropping, OnlyAFolderAsFirstItemFillsTheFolderField)
     EXPECT_EQ(std::string(m_folder->GetText().Text()), folder + "\\");
 }
 
-}  // namespace
+// What a message box of this thread showed; filled by a timer that the box's
+// own modal loop dispatches, which then presses OK.
+struct SeenBox {
+    HWND owner = nullptr;
+    std::string title;
+    std::vector<std::string> texts;
+    HICON icon = nullptr;
+};
+SeenBox g_seen;
+
+BOOL CALLBACK InspectBoxChild(HWND child, LPARAM)
+{
+    g_seen.texts.push_back(WindowText(child));
+    if ((GetWindowLongA(child, GWL_STYLE) & SS_TYPEMASK) == SS_ICON && IsWindowVisible(child))
+        g_seen.icon = (HICON)SendMessageA(child, STM_GETICON, 0, 0);
+    return TRUE;
+}
+
+void CALLBACK InspectBox(HWND, UINT, UINT_PTR id, DWORD)
+{
+    HWND box = FindWindowA("#32770", nullptr);
+    DWORD owner = 0;
+    if (!box || GetWindowThreadProcessId(box, &owner) != GetCurrentThreadId())
+        return;
+    KillTimer(nullptr, id);
+    g_seen.owner = GetWindow(box, GW_OWNER);
+    g_seen.title = WindowText(box);
+    EnumChildWindows(box, InspectBoxChild, 0);
+    PostMessageA(box, WM_COMMAND, MAKEWPARAM(IDOK, BN_CLICKED), 0);
+}
+
+TEST_F(MakerInProcess, ErrorBoxesAreOwnedInformationBoxes)
+{
+    std::string only = m_root / "only updater\\";
+    CreateDirectoryA(only.c_str(), nullptr);
+    ASSERT_TRUE(WriteFileText(only + "Update.exe", "x"));
+    struct {
+        std::string folder;
+        const char* text;
+    } cases[] = {{m_root / "no such folder", "Invalid folder"}, {only, "No files"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        g_seen = SeenBox();
+        m_folder->SetText(c.folder.c_str());
+        UINT_PTR timer = SetTimer(nullptr, 0, 100, InspectBox);
+        m_maker.Make();
+        KillTimer(nullptr, timer);
+        EXPECT_EQ(g_seen.owner, m_maker.GetHandle());
+        EXPECT_EQ(g_seen.title, "Error");
+        EXPECT_NE(std::find(g_seen.texts.begin(), g_seen.texts.end(), c.text), g_seen.texts.end());
+        EXPECT_EQ(g_seen.icon, LoadIconA(nullptr, IDI_INFORMATION));
+    }
+}
+
+}   // namespace

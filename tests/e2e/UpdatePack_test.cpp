@@ -2,9 +2,6 @@
 // folders, its exit codes and what it prints.
 #include <windows.h>
 
-#include <stdio.h>
-#include <string.h>
-
 #include <algorithm>
 #include <string>
 
@@ -16,8 +13,7 @@ namespace {
 
 struct Result {
     DWORD code = 0xDEAD;
-    std::string out;
-    std::string err;
+    std::string out, err;
 };
 
 // Runs UpdatePack.exe with arguments, its stdout and stderr sent to files.
@@ -25,20 +21,18 @@ Result RunPack(const e2e::TempDir& dir, const std::string& arguments)
 {
     Result result;
     SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-    std::string outPath = dir / "stdout.txt", errPath = dir / "stderr.txt";
-    HANDLE out = CreateFileA(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                             CREATE_ALWAYS, 0, nullptr);
-    HANDLE err = CreateFileA(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                             CREATE_ALWAYS, 0, nullptr);
-    STARTUPINFOA startup;
-    memset(&startup, 0, sizeof(startup));
+    const std::string paths[2] = {dir / "stdout.txt", dir / "stderr.txt"};
+    HANDLE handles[2];
+    for (int i = 0; i < 2; i++)
+        handles[i] = CreateFileA(paths[i].c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
+                                 CREATE_ALWAYS, 0, nullptr);
+    STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-    startup.hStdOutput = out;
-    startup.hStdError = err;
-    std::string exe = e2e::BinDir() + "UpdatePack.exe";
-    std::string line = "\"" + exe + "\" " + arguments;
+    startup.hStdOutput = handles[0];
+    startup.hStdError = handles[1];
+    std::string exe = e2e::BinDir() + "UpdatePack.exe", line = "\"" + exe + "\" " + arguments;
     PROCESS_INFORMATION info;
     if (CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                        &info)) {
@@ -48,12 +42,12 @@ Result RunPack(const e2e::TempDir& dir, const std::string& arguments)
         CloseHandle(info.hProcess);
         CloseHandle(info.hThread);
     }
-    CloseHandle(out);
-    CloseHandle(err);
     // The console streams are in text mode: compare lines without "\r".
-    for (std::string* text : {&result.out, &result.err}) {
-        *text = e2e::ReadFileText(text == &result.out ? outPath : errPath);
-        text->erase(std::remove(text->begin(), text->end(), '\r'), text->end());
+    std::string* texts[2] = {&result.out, &result.err};
+    for (int i = 0; i < 2; i++) {
+        CloseHandle(handles[i]);
+        *texts[i] = e2e::ReadFileText(paths[i]);
+        texts[i]->erase(std::remove(texts[i]->begin(), texts[i]->end(), '\r'), texts[i]->end());
     }
     return result;
 }
@@ -168,11 +162,9 @@ TEST(UpdatePack, ExitCodesAndMessages)
 {
     e2e::TempDir dir("vx pack ");
     EXPECT_EQ(RunPack(dir, "--help").code, 0u);
-    EXPECT_EQ(RunPack(dir, "").code, 2u);
-    EXPECT_EQ(RunPack(dir, "pack a b").code, 2u);
-    EXPECT_EQ(RunPack(dir, "make onlyone").code, 2u);
-    EXPECT_EQ(RunPack(dir, "verify a --fast").code, 2u);
-    EXPECT_EQ(RunPack(dir, "list a --version 2").code, 2u);
+    for (const char* wrong :
+         {"", "pack a b", "make onlyone", "verify a --fast", "list a --version 2"})
+        EXPECT_EQ(RunPack(dir, wrong).code, 2u) << wrong;
 
     Result invalid = RunPack(dir, "make " + Quote(dir / "nowhere") + " " + Quote(dir / "p.upd"));
     EXPECT_EQ(invalid.code, 1u);

@@ -1,55 +1,19 @@
 // The disk kind on real files in a fresh temporary folder, and the memory
-// kind's loaders (disk file, resources linked into this program).
-#include "file/SFileMem.h"
+// kind's loaders (disk file, resources linked into this program). Reading by
+// copy and chunked compression over a disk file run in the archive's tests.
 #include "file/SFilePath.h"
 
 #include <string.h>
 
 #include <string>
 
-#include <windows.h>
-
 #include <gtest/gtest.h>
+
+#include "FileTestSupport.h"
 
 namespace {
 
-class SFilePathTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        char temp[MAX_PATH];
-        GetTempPathA(MAX_PATH, temp);
-        folder.Format("%sSFilePath_test_%lu_%lu", temp, GetCurrentProcessId(), GetTickCount());
-        ASSERT_TRUE(CreateDirectoryA(folder.Text(), nullptr));
-    }
-    void TearDown() override
-    {
-        WIN32_FIND_DATAA data;
-        HANDLE find = FindFirstFileA((folder + "\\*").Text(), &data);
-        while (find != INVALID_HANDLE_VALUE) {
-            DeleteFileA((folder + "\\" + data.cFileName).Text());
-            if (!FindNextFileA(find, &data)) {
-                FindClose(find);
-                break;
-            }
-        }
-        RemoveDirectoryA(folder.Text());
-    }
-    SString Path(const char* name) { return folder + "\\" + name; }
-    static void Make(const SString& path, const std::string& bytes)
-    {
-        SFilePath file(path.Text(), true, true, false);
-        file.Write(bytes.data(), (int)bytes.size());
-    }
-    static std::string Bytes(const SString& path)
-    {
-        SFileMem mem;
-        if (!mem.LoadFile(path.Text()))
-            return "<missing>";
-        return std::string((const char*)mem.GetData(), (size_t)mem.Size());
-    }
-    SString folder;
-};
+using SFilePathTest = TempFolderTest;
 
 TEST_F(SFilePathTest, ModesFollowTheFlags)
 {
@@ -65,32 +29,28 @@ TEST_F(SFilePathTest, ModesFollowTheFlags)
         {true, true, false, "XY", false, true},      {true, false, false, "oldXY", false, true},
         {false, true, false, nullptr, false, false}, {false, false, false, nullptr, false, false},
     };
-    SString path = Path("a.bin");
+    std::string path = Path("a.bin"), missing = Path("missing.bin");
     for (auto& m : modes) {
         SCOPED_TRACE(testing::Message() << m.write << m.create << m.read);
-        SString missing = Path("missing.bin");
-        Make(path, "old");
+        Put("a.bin", "old");
         SFilePath file;
-        ASSERT_EQ(file.Open(path.Text(), m.write, m.create, m.read), m.after != nullptr);
-        if (!m.after) {
-            EXPECT_FALSE(file.IsOpen());
-            EXPECT_STREQ(file.GetPath().Text(), "");
+        ASSERT_EQ(file.Open(path.c_str(), m.write, m.create, m.read), m.after != nullptr);
+        EXPECT_STREQ(file.GetPath().Text(), m.after ? path.c_str() : "");
+        if (!m.after)
             continue;
-        }
-        EXPECT_STREQ(file.GetPath().Text(), path.Text());
         file.Rewind();
         file.WriteString("XY");
         file.Rewind();
         char buffer[8];
         EXPECT_EQ(file.Read(buffer, 8) > 0, m.reads);
         file.Close();
-        EXPECT_EQ(Bytes(path), m.after);
-        EXPECT_EQ(file.Open(missing.Text(), m.write, m.create, m.read), m.opensMissing);
+        EXPECT_EQ(Get("a.bin"), m.after);
+        EXPECT_EQ(file.Open(missing.c_str(), m.write, m.create, m.read), m.opensMissing);
         file.Close();
-        DeleteFileA(missing.Text());
+        DeleteFileA(missing.c_str());
     }
     // A failing open closes the earlier file; no path fails.
-    SFilePath file(path.Text(), false, false, true);
+    SFilePath file(path.c_str(), false, false, true);
     ASSERT_TRUE(file.IsOpen());
     EXPECT_FALSE(file.Open("", false, false, true));
     EXPECT_FALSE(file.IsOpen());
@@ -98,21 +58,21 @@ TEST_F(SFilePathTest, ModesFollowTheFlags)
 
 TEST_F(SFilePathTest, OnlySharedOpensLetOthersIn)
 {
-    SString path = Path("share.bin");
-    Make(path, "data");
+    std::string path = Path("share.bin");
+    Put("share.bin", "data");
     SFilePath first, second;
     SFileMem whole;
     // Unshared writing: nobody else gets in, not even to read or load.
-    ASSERT_TRUE(first.Open(path.Text(), true, false, true, false));
-    EXPECT_FALSE(second.Open(path.Text(), false, false, true, true));
-    EXPECT_FALSE(whole.LoadFile(path.Text()));
+    ASSERT_TRUE(first.Open(path.c_str(), true, false, true, false));
+    EXPECT_FALSE(second.Open(path.c_str(), false, false, true, true));
+    EXPECT_FALSE(whole.LoadFile(path.c_str()));
     // Unshared reading: other readers, but no writer.
-    ASSERT_TRUE(first.Open(path.Text(), false, false, true, false));
-    EXPECT_TRUE(whole.LoadFile(path.Text()));
-    EXPECT_FALSE(second.Open(path.Text(), true, false, true, true));
+    ASSERT_TRUE(first.Open(path.c_str(), false, false, true, false));
+    EXPECT_TRUE(whole.LoadFile(path.c_str()));
+    EXPECT_FALSE(second.Open(path.c_str(), true, false, true, true));
     // Shared both ways.
-    ASSERT_TRUE(first.Open(path.Text(), true, false, true, true));
-    ASSERT_TRUE(second.Open(path.Text(), false, false, true, true));
+    ASSERT_TRUE(first.Open(path.c_str(), true, false, true, true));
+    ASSERT_TRUE(second.Open(path.c_str(), false, false, true, true));
     first.WriteString("DA");
     first.Close();
     char buffer[4];
@@ -122,26 +82,23 @@ TEST_F(SFilePathTest, OnlySharedOpensLetOthersIn)
 
 TEST_F(SFilePathTest, DeleteOnClose)
 {
-    SString path = Path("temp.bin"), other = Path("other.bin");
+    std::string path = Path("temp.bin");
     {
-        SFilePath file(path.Text(), true, true, false);
-        file.SetDeleteOnClose(path.Text());
+        SFilePath file(path.c_str(), true, true, false);
+        file.SetDeleteOnClose(path.c_str());
+        file.SetDeleteOnClose(nullptr);   // cancelled
+        file.Close();
+        EXPECT_EQ(Get("temp.bin"), "");
+        ASSERT_TRUE(file.Open(path.c_str(), true, false, true));
+        file.SetDeleteOnClose(path.c_str());
     }
-    EXPECT_EQ(Bytes(path), "<missing>");
-    SFilePath file(path.Text(), true, true, false);
-    file.SetDeleteOnClose(path.Text());
-    file.SetDeleteOnClose(nullptr);
-    file.Close();
-    EXPECT_EQ(Bytes(path), "");
-    file.SetDeleteOnClose(path.Text());
-    ASSERT_TRUE(file.Open(other.Text(), true, true, false));   // closes first
-    EXPECT_EQ(Bytes(path), "<missing>");
+    EXPECT_EQ(Get("temp.bin"), "<missing>");
 }
 
 TEST_F(SFilePathTest, PositionsSizesAndDirection)
 {
-    SString path = Path("pos.bin");
-    SFilePath file(path.Text(), true, true, true);
+    std::string path = Path("pos.bin");
+    SFilePath file(path.c_str(), true, true, true);
     file.Fill('.', 10000);
     EXPECT_TRUE(file.IsEnd());
     EXPECT_EQ(file.Seek(-5), 10000);
@@ -169,79 +126,36 @@ TEST_F(SFilePathTest, PositionsSizesAndDirection)
     EXPECT_EQ(file.Read(buffer, 8), 0);
     EXPECT_EQ(buffer[0], '#');
     file.Close();
-    EXPECT_EQ(Bytes(path), std::string("..XY.Z.\0\0", 9));
+    EXPECT_EQ(Get("pos.bin"), std::string("..XY.Z.\0\0", 9));
+    // A prefix match at the end: the disk kind stops at the end.
+    ASSERT_TRUE(file.Open(path.c_str(), false, false, true));
+    file.Seek(2);
+    EXPECT_EQ(file.Find("\0\0\0", 3), 7);
+    EXPECT_EQ(file.Tell(), 9);
+    file.Close();
 
-    EXPECT_EQ(file.Size(), 0);
-    EXPECT_EQ(file.Tell(), 0);
-    EXPECT_TRUE(file.IsEnd());
-    EXPECT_EQ(file.Read(buffer, 4), 0);
-    EXPECT_EQ(file.WriteString("x"), 0);
-    EXPECT_FALSE(file.SetSize(0));
-}
-
-TEST_F(SFilePathTest, TextSearchAndCompressOverTheStream)
-{
-    SString path = Path("text.txt");
-    Make(path,
-         "first\r\n" + std::string(5000, 'w') + "\rthird\n" + std::string("s\0", 2) + "needle");
-    SFilePath file(path.Text(), false, false, true);
-    SString line;
-    EXPECT_TRUE(file.ReadLine(line));
-    EXPECT_TRUE(file.ReadLine(line));
-    EXPECT_EQ(line.GetLength(), 5000);
-    EXPECT_TRUE(file.ReadLineWithEnd(line));
-    EXPECT_STREQ(line.Text(), "third\r\n");
-    EXPECT_STREQ(file.ReadString().Text(), "s");
-    int at = file.Tell();
-    EXPECT_EQ(file.Find("dlexyz", 6), at + 3);   // the prefix at the end matches
-    EXPECT_EQ(file.Tell(), file.Size());         // the disk kind stops at the end
-
-    std::string raw;
-    for (int i = 0; i < 250000; i++)
-        raw += (char)(i % 7 ? 'a' + i % 13 : i * 31);
-    SString rawPath = Path("raw.bin"), packedPath = Path("packed.bin"), outPath = Path("out.bin");
-    Make(rawPath, raw);
-    SFileMem memory, memoryPacked;
-    memory.Write(raw.data(), (int)raw.size());
-    memory.Rewind();
-    memory.Compress(&memoryPacked);
-    {
-        SFilePath source(rawPath.Text(), false, false, true);
-        SFilePath packed(packedPath.Text(), true, true, false);
-        EXPECT_EQ(source.Compress(&packed), memoryPacked.Size());
-    }
-    EXPECT_EQ(Bytes(packedPath),
-              std::string((const char*)memoryPacked.GetData(), (size_t)memoryPacked.Size()));
-    {
-        SFilePath packed(packedPath.Text(), false, false, true);
-        SFilePath out(outPath.Text(), true, true, true);
-        EXPECT_EQ(packed.Uncompress(&out), 250000);
-    }
-    EXPECT_TRUE(Bytes(outPath) == raw);
+    // Closed: nothing to measure, read or write.
+    EXPECT_TRUE(file.Size() == 0 && file.Tell() == 0 && file.IsEnd());
+    EXPECT_TRUE(file.Read(buffer, 4) == 0 && file.WriteString("x") == 0 && !file.SetSize(0));
 }
 
 TEST_F(SFilePathTest, MemoryLoaders)
 {
-    SString path = Path("load.bin");
-    Make(path, std::string("ab\0cd", 5));
+    std::string path = Path("load.bin");
+    Put("load.bin", std::string("ab\0cd", 5));
     SFileMem file;
     file.WriteString("previous");
-    ASSERT_TRUE(file.LoadFile(path.Text()));
+    ASSERT_TRUE(file.LoadFile(path.c_str()));
     EXPECT_EQ(file.Tell(), 0);
-    EXPECT_EQ(std::string((const char*)file.GetData(), (size_t)file.Size()),
-              std::string("ab\0cd", 5));
-    EXPECT_FALSE(file.LoadFile(Path("missing").Text()));
+    EXPECT_EQ(Contents(file), std::string("ab\0cd", 5));
+    EXPECT_FALSE(file.LoadFile(Path("missing").c_str()));
     EXPECT_EQ(file.Size(), 5);
 
     // Resources linked into this program (SFilePath_test.rc).
     SFileMem dialog("BINARY", 150);
-    SString line;
-    EXPECT_TRUE(dialog.ReadLine(line));
-    EXPECT_STREQ(line.Text(), "[dialog]");
-    EXPECT_EQ(dialog.Size(), 19);
+    EXPECT_EQ(Contents(dialog), std::string("[dialog]\r\nline two\0", 19));
     EXPECT_TRUE(file.LoadResource("binary", 151));   // empty, but open
-    EXPECT_TRUE(file.IsOpen());
-    EXPECT_EQ(file.Size(), 0);
+    EXPECT_TRUE(file.IsOpen() && file.Size() == 0);
     EXPECT_FALSE(file.LoadResource("BINARY", 999));
     EXPECT_FALSE(file.IsOpen());
     EXPECT_TRUE(file.LoadResource("BINARY", 150, GetModuleHandleA(nullptr)));

@@ -1,28 +1,10 @@
 // Unpacks arbitrary bytes as a chunk stream, from memory and through the
 // copying read path, and checks that both give the same result.
-#include "file/SFileMem.h"
-
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
-namespace {
-
-// Hides the memory file's bytes so the stream is read by copy.
-class StreamFile : public SFile {
-public:
-    SFileMem inner;
-    bool IsOpen() const override { return inner.IsOpen(); }
-    void Close() override { inner.Close(); }
-    int Write(const void* buffer, int count) override { return inner.Write(buffer, count); }
-    int Read(void* buffer, int count) override { return inner.Read(buffer, count); }
-    int Seek(int position) override { return inner.Seek(position); }
-    int Tell() override { return inner.Tell(); }
-    bool SetSize(int size) override { return inner.SetSize(size); }
-    int Size() override { return inner.Size(); }
-};
-
-}   // namespace
+#include "FileTestSupport.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -22,31 +22,23 @@ const char* kText = "; settings\r\n"
                     "Version=9\n"
                     "Tail=end";
 
-class SIniTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        source.WriteString(kText);
-        source.Seek(7);
-        ASSERT_TRUE(ini.OpenMemory(&source));
-    }
+TEST(SIniTest, SectionsTrimmedKeysAndValuesNot)
+{
     SFileMem source;
     SIni ini;
-};
-
-TEST_F(SIniTest, SectionsTrimmedKeysAndValuesNot)
-{
+    source.WriteString(kText);
+    source.Seek(7);
+    ASSERT_TRUE(ini.OpenMemory(&source));
     EXPECT_EQ(source.Tell(), 7);   // the source's position is left alone
-    EXPECT_STREQ(ini.GetString("main", "Version").Text(), "1.2");
-    EXPECT_STREQ(ini.GetString("MAIN", "name").Text(), "a=b");
-    EXPECT_STREQ(ini.GetString("Main", "name ").Text(), " value");
-    EXPECT_STREQ(ini.GetString("Main", "  Size").Text(), "5");
-    EXPECT_STREQ(ini.GetString("Main", "Size").Text(), "");
-    EXPECT_STREQ(ini.GetString("other", "version").Text(), "9");
-    EXPECT_STREQ(ini.GetString("Other", "Tail").Text(), "end");
-    EXPECT_STREQ(ini.GetString("Main", "Tail").Text(), "");   // in the next section
-    EXPECT_STREQ(ini.GetString("Main", "x").Text(), "");
-    EXPECT_STREQ(ini.GetString("Mai", "Version").Text(), "");
+    // Section, key, value; "Tail" lies in the next section, "x" has no "=".
+    const char* rows[][3] = {
+        {"main", "Version", "1.2"}, {"MAIN", "name", "a=b"}, {"Main", "name ", " value"},
+        {"Main", "  Size", "5"},    {"Main", "Size", ""},    {"other", "version", "9"},
+        {"Other", "Tail", "end"},   {"Main", "Tail", ""},    {"Main", "x", ""},
+        {"Mai", "Version", ""},
+    };
+    for (auto& r : rows)
+        EXPECT_STREQ(ini.GetString(r[0], r[1]).Text(), r[2]) << r[0] << "/" << r[1];
     EXPECT_STREQ(ini.GetString(nullptr, "Version").Text(), "");
 
     EXPECT_EQ(SIni::FindSection(&source, "main"), 12);

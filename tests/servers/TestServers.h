@@ -1,17 +1,8 @@
-// The test HTTP servers, started from a test program running under Wine.
-//
-//   TestServers servers;                    // nothing runs yet
-//   servers.Start(VX_SOURCE_DIR, "mytest"); // nginx + fault server, both on
-//                                           // 127.0.0.1, serving one folder
-//   servers.Www()                           // "Z:\tmp\<name>\www\": put files here
-//   servers.Nginx("a.bin")                  // "http://127.0.0.1:<port>/a.bin"
-//   servers.Fault("short/1000")             // a fault server URL (modes: see
-//                                           // fault_server.py)
-//   servers.Stop();                         // also done by the destructor
-//
-// Wine runs Unix programs through CreateProcess but gives no handle to wait
-// on, so the scripts report through files in /tmp/<name>, which this side
-// reaches as Z:\tmp\<name>. Both servers also end by themselves after 300 s.
+// The test HTTP servers on 127.0.0.1, started from a test program under Wine:
+// nginx and the fault server (modes: see fault_server.py), both serving Www().
+// Wine starts Unix programs through CreateProcess but gives no handle to wait
+// on, so the scripts report their ports through files in /tmp/<name>, seen
+// here as Z:\tmp\<name>. Both servers also end by themselves after 300 s.
 #pragma once
 
 #include <stdio.h>
@@ -24,7 +15,7 @@ public:
     ~TestServers() { Stop(); }
 
     // sourceDir is VX_SOURCE_DIR ("Z:/..."); tag names the run's folder. False
-    // when a server did not report its port within 15 s.
+    // when a server has not reported its port within 15 s.
     bool Start(const std::string& sourceDir, const std::string& tag)
     {
         m_scripts = sourceDir.substr(2) + "/tests/servers/";
@@ -55,9 +46,16 @@ public:
                 base + "/nginx; rm -rf " + base);
     }
 
+    // The served folder, with a trailing backslash.
     std::string Www() const { return "Z:\\tmp\\" + m_name + "\\www\\"; }
     std::string Nginx(const std::string& path) const { return Url(m_nginx, path); }
     std::string Fault(const std::string& path) const { return Url(m_fault, path); }
+
+private:
+    static std::string Url(int port, const std::string& path)
+    {
+        return "http://127.0.0.1:" + std::to_string(port) + "/" + path;
+    }
 
     // Starts "/bin/sh -c script" without waiting for it.
     static void RunUnix(const std::string& script)
@@ -73,24 +71,17 @@ public:
         }
     }
 
-private:
-    static std::string Url(int port, const std::string& path)
-    {
-        return "http://127.0.0.1:" + std::to_string(port) + "/" + path;
-    }
-
     static int WaitForPort(const std::string& path)
     {
-        for (int i = 0; i < 750; i++, Sleep(20)) {
-            int port = 0;
+        int port = 0;
+        for (int i = 0; i < 750 && port <= 0; i++, Sleep(20)) {
             if (FILE* f = fopen(path.c_str(), "r")) {
-                bool ok = fscanf(f, "%d", &port) == 1 && port > 0;
+                if (fscanf(f, "%d", &port) != 1)
+                    port = 0;
                 fclose(f);
-                if (ok)
-                    return port;
             }
         }
-        return 0;
+        return port > 0 ? port : 0;
     }
 
     std::string m_scripts, m_name;

@@ -1,4 +1,4 @@
-// A tiny library for the SDll tests, built twice with different ids.
+// Built twice, told apart by the id it returns.
 extern "C" __declspec(dllexport) int vx_testlib_add(int a, int b)
 {
     return a + b;

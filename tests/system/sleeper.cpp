@@ -1,10 +1,7 @@
-// A sample process for the process probe: it keeps its executable loaded for
-// the number of milliseconds given as its argument (default 30000).
-#include <stdlib.h>
+// A sample process for the process probe: it sleeps for 30 s.
 #include <windows.h>
 
-int main(int argc, char** argv)
+int main()
 {
-    Sleep(argc > 1 ? (DWORD)atoi(argv[1]) : 30000);
-    return 0;
+    Sleep(30000);
 }

@@ -2,8 +2,6 @@
 // two loops and the service windows.
 #include <gtest/gtest.h>
 
-#include <string.h>
-
 #include "WndTestSupport.h"
 #include "core/SStringArray.h"
 #include "wnd/SWndApp.h"
@@ -14,67 +12,56 @@ namespace {
 
 TEST(SWndApp, ArgumentSplitting)
 {
+    const struct {
+        const char* line;
+        int index;
+        bool strip;
+        const char* expected;
+    } cases[] = {
+        {"prog.exe", 0, true, ""},
+        // A quoted folder that ends in a backslash keeps its closing quote.
+        {"prog.exe \"C:\\Program Files\\App\\\" x", 0, true, "C:\\Program Files\\App\\"},
+        {"prog.exe \"C:\\Program Files\\App\\\" x", 1, true, "x"},
+        {"prog a b", 1, true, "b"},
+        {"prog a b", 0, false, "a"},
+        {"prog a b", 2, true, ""},
+        {"prog a b", -1, true, ""},
+        {nullptr, 0, true, ""},
+        // The platform split removes ordinary quoting; a pair that survives it
+        // (written doubled inside quotes) is what stripping removes.
+        {"p \"\"\"abc\"\"\"", 0, false, "\"abc\""},
+        {"p \"\"\"abc\"\"\"", 0, true, "abc"},
+        {"p \"\"abc\"\"", 0, true, "abc"},
+        {"p \"\"\"\"", 0, true, "\""},   // a lone quote is no enclosing pair
+        // Only a text without further quotes inside loses its enclosing pair.
+        {"p \"\"\"a\"\"\"b\"\"\"", 0, true, "\"a\"b\""},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(SWndApp::GetArgFrom(c.line, c.index, c.strip), c.expected)
+            << (c.line ? c.line : "(null)") << " #" << c.index;
     SStringArray words;
     EXPECT_EQ(SWndApp::SplitArgs("prog.exe", &words), 1);
-    EXPECT_EQ(SWndApp::GetArgFrom("prog.exe", 0, true), "");
-
-    // A quoted folder that ends in a backslash keeps its closing quote.
-    const char* folder = "prog.exe \"C:\\Program Files\\App\\\" x";
-    EXPECT_EQ(SWndApp::GetArgFrom(folder, 0, true), "C:\\Program Files\\App\\");
-    EXPECT_EQ(SWndApp::GetArgFrom(folder, 1, true), "x");
-    SStringArray folderWords;
-    EXPECT_EQ(SWndApp::SplitArgs(folder, &folderWords), 3);
-
-    EXPECT_EQ(SWndApp::GetArgFrom("prog a b", 1, true), "b");
-    EXPECT_EQ(SWndApp::GetArgFrom("prog a b", 0, false), "a");
-    EXPECT_EQ(SWndApp::GetArgFrom("prog a b", 2, true), "");
-    EXPECT_EQ(SWndApp::GetArgFrom("prog a b", -1, true), "");
-    EXPECT_EQ(SWndApp::GetArgFrom(nullptr, 0, true), "");
+    EXPECT_EQ(SWndApp::SplitArgs("prog.exe \"C:\\Program Files\\App\\\" x", &words), 3);
     EXPECT_EQ(SWndApp::SplitArgs("prog a", nullptr), 0);
-}
-
-TEST(SWndApp, QuoteStripping)
-{
-    // The platform split removes ordinary quoting; a pair that survives it
-    // (written doubled inside quotes) is what stripping removes.
-    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"abc\"\"\"", 0, false), "\"abc\"");
-    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"abc\"\"\"", 0, true), "abc");
-    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"abc\"\"", 0, true), "abc");
-    // A lone quote character is no enclosing pair.
-    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"\"", 0, true), "\"");
-    // Only a text without further quotes inside loses its enclosing pair.
-    EXPECT_EQ(SWndApp::GetArgFrom("p \"\"\"a\"\"\"b\"\"\"", 0, true), "\"a\"b\"");
 }
 
 TEST(SWndApp, StateAfterInit)
 {
     // The test program's own command line has no arguments.
     EXPECT_EQ(SWndApp::GetArgCount(), 0);
-    EXPECT_EQ(SWndApp::GetArg(0, true), "");
     SString path = SWndApp::GetProgramPath();
     SString folder = SWndApp::GetProgramFolder();
     ASSERT_FALSE(folder.IsEmpty());
     EXPECT_EQ(folder.GetAt(folder.GetLength() - 1), '\\');
     EXPECT_EQ(path.Left(folder.GetLength()).CompareNoCase(folder.Text()), 0);
     EXPECT_NE(path.FindNoCase("SWnd"), -1);
-
     for (int i = 0; i < SWND_FONT_COUNT; i++)
         EXPECT_NE(SWndApp::GetFont(i), nullptr) << i;
     EXPECT_EQ(SWndApp::GetFont(SWND_FONT_COUNT), nullptr);
-    LOGFONTA small;
-    ASSERT_TRUE(GetObjectA(SWndApp::GetFont(SWND_FONT_SMALL), sizeof(small), &small));
-    EXPECT_LT(small.lfHeight, 0);
-
-    EXPECT_GE(SWndApp::GetOsClass(), 1);
-    EXPECT_LE(SWndApp::GetOsClass(), 8);
-    EXPECT_NE(SWndApp::GetFindReplaceMessage(), 0u);
-    EXPECT_EQ(SWndApp::GetProcessId(), GetCurrentProcessId());
 
     // Both classes exist with the library procedure; the second has no close.
-    WNDCLASSEXA plain, noClose;
-    memset(&plain, 0, sizeof(plain));
-    memset(&noClose, 0, sizeof(noClose));
-    plain.cbSize = noClose.cbSize = sizeof(plain);
+    WNDCLASSEXA plain = {}, noClose = {};
+    plain.cbSize = noClose.cbSize = sizeof plain;
     ASSERT_TRUE(GetClassInfoExA(SWndApp::GetInstance(), "CLASS_SWND", &plain));
     ASSERT_TRUE(GetClassInfoExA(SWndApp::GetInstance(), "CLASS_SWNDEX", &noClose));
     EXPECT_EQ(plain.style, 11u);
@@ -153,18 +140,6 @@ TEST(SWndApp, DrainQueueDropsUserInputOnly)
     // Posted messages stay, and nothing was dispatched.
     MSG msg;
     EXPECT_TRUE(PeekMessageA(&msg, wnd.GetHandle(), WM_APP + 60, WM_APP + 60, PM_REMOVE));
-}
-
-TEST(SWndApp, ModelessList)
-{
-    HWND a = SWndApp::GetPlainWindow();
-    EXPECT_FALSE(SWndApp::AddModeless(nullptr));
-    EXPECT_TRUE(SWndApp::AddModeless(a));
-    EXPECT_FALSE(SWndApp::AddModeless(a));
-    EXPECT_EQ(SWndApp::GetModelessCount(), 1);
-    EXPECT_TRUE(SWndApp::RemoveModeless(a));
-    EXPECT_FALSE(SWndApp::RemoveModeless(a));
-    EXPECT_EQ(SWndApp::GetModelessCount(), 0);
 }
 
 }   // namespace

@@ -20,13 +20,11 @@ TEST(SWndDialogDesc, SectionNamesIgnoreCaseButNotBlanks)
     ASSERT_TRUE(desc.Parse(Doc("[label]\r\nNAME=a\r\n\r\n[LABEL]\r\nNAME=b\r\n\r\n[CodeEdit]\r\n"
                                "\r\n[tabdoc]\r\n\r\n[TOOLBAR]\r\n\r\n[Window]\r\n")
                                .Text()));
+    const int types[] = {SWND_TYPE_LABEL,  SWND_TYPE_LABEL,   SWND_TYPE_CODEEDIT,
+                         SWND_TYPE_TABDOC, SWND_TYPE_TOOLBAR, SWND_TYPE_WINDOW};
     ASSERT_EQ(desc.GetControlCount(), 6);
-    EXPECT_EQ(desc.GetControl(0)->type, SWND_TYPE_LABEL);
-    EXPECT_EQ(desc.GetControl(1)->type, SWND_TYPE_LABEL);
-    EXPECT_EQ(desc.GetControl(2)->type, SWND_TYPE_CODEEDIT);
-    EXPECT_EQ(desc.GetControl(3)->type, SWND_TYPE_TABDOC);
-    EXPECT_EQ(desc.GetControl(4)->type, SWND_TYPE_TOOLBAR);
-    EXPECT_EQ(desc.GetControl(5)->type, SWND_TYPE_WINDOW);
+    for (int i = 0; i < 6; i++)
+        EXPECT_EQ(desc.GetControl(i)->type, types[i]) << i;
 
     // 6 lines of head, then "[CODE EDIT]" on line 7.
     EXPECT_FALSE(desc.Parse(Doc("[CODE EDIT]\r\nNAME=x\r\n").Text()));
@@ -141,15 +139,20 @@ TEST(SWndDialogDesc, StyleWordsPerType)
 
 TEST(SWndDialogDesc, Colours)
 {
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#00FF00"), 0x0000FF00u);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#FF00FF00"), 0xFF00FF00u);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#FF0000"), 0x000000FFu);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#123456"), 0x00563412u);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#000000"), 0u);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#FF000000"), (uint32_t)SWND_COLOR_NOTSET);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#FFF"), 0u);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("#12345G"), 0u);
-    EXPECT_EQ(SWndDialogDesc::ParseColor("FF00FF00F"), 0u);
+    // "#RRGGBB" becomes a GDI colour; "#AARRGGBB" keeps its bytes as written.
+    const struct {
+        const char* text;
+        uint32_t value;
+    } colours[] = {{"#FF0000", 0x000000FFu},
+                   {"#123456", 0x00563412u},
+                   {"#FF00FF00", 0xFF00FF00u},
+                   {"#FF000000", (uint32_t)SWND_COLOR_NOTSET},
+                   {"#000000", 0u},
+                   {"#FFF", 0u},
+                   {"#12345G", 0u},
+                   {"FF00FF00F", 0u}};
+    for (const auto& c : colours)
+        EXPECT_EQ(SWndDialogDesc::ParseColor(c.text), c.value) << c.text;
 
     SWndDialogDesc desc;
     ASSERT_TRUE(desc.Parse(Doc("[LABEL]\r\nBACKCOLOR=#FF000000\r\nTEXTCOLOR=#000000\r\n\r\n"
@@ -169,13 +172,12 @@ TEST(SWndDialogDesc, DuplicateIdsAreRenumbered)
         desc.Parse(Doc("[BUTTON]\r\nID=1\r\n\r\n[BUTTON]\r\nID=2\r\n\r\n[LABEL]\r\nID=1\r\n\r\n"
                        "[LABEL]\r\n\r\n[LABEL]\r\n\r\n[LABEL]\r\nID=4\r\n")
                        .Text()));
+    // 1 was taken, so the third gets 3; the first 0 keeps it; 4 is taken by
+    // the time the last one comes.
+    const int ids[] = {1, 2, 3, 0, 4, 5};
     ASSERT_EQ(desc.GetControlCount(), 6);
-    EXPECT_EQ(desc.GetControl(0)->id, 1);
-    EXPECT_EQ(desc.GetControl(1)->id, 2);
-    EXPECT_EQ(desc.GetControl(2)->id, 3);   // 1 was taken
-    EXPECT_EQ(desc.GetControl(3)->id, 0);   // the first 0 keeps it
-    EXPECT_EQ(desc.GetControl(4)->id, 4);
-    EXPECT_EQ(desc.GetControl(5)->id, 5);   // 4 was taken by the renumbered one
+    for (int i = 0; i < 6; i++)
+        EXPECT_EQ(desc.GetControl(i)->id, ids[i]) << i;
 
     // With 1 .. 9999 taken, a duplicate gets -1.
     SWndDialogDesc full;

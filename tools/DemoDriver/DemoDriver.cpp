@@ -73,8 +73,8 @@ int Make(const char* updateExe, const char* version, const char* folder, const c
     STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(updateExe, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process)) {
+    if (!CreateProcessA(updateExe, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process)) {
         fprintf(stderr, "DemoDriver: cannot start %s\n", updateExe);
         return 1;
     }
@@ -119,7 +119,7 @@ int Make(const char* updateExe, const char* version, const char* folder, const c
     return result;
 }
 
-}  // namespace
+}   // namespace
 
 int main(int argc, char** argv)
 {

@@ -25,7 +25,7 @@
 
 namespace {
 
-std::string g_folder;  // the executable's folder, with its trailing backslash
+std::string g_folder;   // the executable's folder, with its trailing backslash
 std::string g_exePath;
 
 void Log(const char* text)
@@ -63,8 +63,8 @@ bool CheckForUpdate()
     }
     std::string updater = g_folder + "Update.exe";
     std::string package = SUpdateClient::PackageUrlFor(url.c_str());
-    if (!SUpdateClient::StartUpdater(updater.c_str(), desc.size, package.c_str(),
-                                     g_folder.c_str(), g_exePath.c_str())) {
+    if (!SUpdateClient::StartUpdater(updater.c_str(), desc.size, package.c_str(), g_folder.c_str(),
+                                     g_exePath.c_str())) {
         Log("could not start Update.exe");
         return false;
     }
@@ -121,7 +121,7 @@ int ShowVersionWindow(HINSTANCE instance, int exitAfter)
     return 0;
 }
 
-}  // namespace
+}   // namespace
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int)
 {

@@ -27,8 +27,8 @@
 #include <string>
 
 struct SUpdateDescription {
-    std::string version;     // line 1, as the publisher typed it
-    unsigned long size = 0;  // line 2: package size in bytes
+    std::string version;      // line 1, as the publisher typed it
+    unsigned long size = 0;   // line 2: package size in bytes
 };
 
 class SUpdateClient {
@@ -80,11 +80,10 @@ public:
         if (!root)
             return false;
         bool ok = false;
-        HINTERNET request =
-            InternetOpenUrlA(root, url, nullptr, 0,
-                             INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE |
-                                 INTERNET_FLAG_NO_COOKIES | INTERNET_FLAG_NO_UI,
-                             0);
+        HINTERNET request = InternetOpenUrlA(root, url, nullptr, 0,
+                                             INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE |
+                                                 INTERNET_FLAG_NO_COOKIES | INTERNET_FLAG_NO_UI,
+                                             0);
         if (request) {
             DWORD status = 0, statusLength = sizeof(status);
             HttpQueryInfoA(request, HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status,
@@ -134,11 +133,15 @@ public:
     // quote before splitting, so a folder ending in a backslash keeps both its
     // backslash and its closing quote; the usual doubling of trailing
     // backslashes must therefore not be done. False for a text holding a
-    // double quote, which no path or address contains and which cannot be
-    // passed through.
+    // double quote, which no path or address contains, and for one ending in
+    // two backslashes, which would reach Update.exe with an odd backslash run
+    // before the closing quote: neither can be passed through.
     static bool QuoteArgument(const char* text, std::string* out)
     {
         if (!text || strchr(text, '"'))
+            return false;
+        size_t length = strlen(text);
+        if (length >= 2 && text[length - 1] == '\\' && text[length - 2] == '\\')
             return false;
         *out += '"';
         *out += text;
@@ -155,9 +158,8 @@ public:
         char number[32];
         wsprintfA(number, "%lu", size);
         out->clear();
-        return QuoteArgument(updaterPath, out) && Append(number, out) &&
-               Append(packageUrl, out) && Append(destinationFolder, out) &&
-               Append(applicationPath, out);
+        return QuoteArgument(updaterPath, out) && Append(number, out) && Append(packageUrl, out) &&
+            Append(destinationFolder, out) && Append(applicationPath, out);
     }
 
     // Starts Update.exe in install mode. On true the caller must exit at once:
