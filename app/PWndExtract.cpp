@@ -35,8 +35,19 @@ LRESULT PWndExtract::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
 }
 
 PWndExtract::_PThread::_PThread(PWndExtract* dialog)
-    : m_total(0), m_received(0), m_progressPending(0), m_dialog(dialog)
+    : m_total(0), m_received(0), m_progressPending(0), m_lastPosition(0), m_dialog(dialog)
 {
+}
+
+int PWndExtract::_PThread::BarPosition(int received, int total)
+{
+    // Without a length (total -1) the position is zero or negative and the
+    // bar stays at its minimum. A server that announces 0 bytes and sends
+    // some gives a quotient that has no int value.
+    double position = received * 1.0 / total * 1000.0;
+    if (!(position > -1e9 && position < 1e9))
+        position = position > 0 ? 1e9 : 0;
+    return (int)position;
 }
 
 void PWndExtract::_PThread::OnNotify(int code, SValue*)
@@ -54,14 +65,8 @@ void PWndExtract::_PThread::OnNotify(int code, SValue*)
         InterlockedExchange(&m_progressPending, 0);
         // Without a length (total -1) the position is zero or negative and
         // the bar stays at its minimum.
-        if (m_dialog->m_progress) {
-            double position = m_received * 1.0 / m_total * 1000.0;
-            // A server that announces 0 bytes and sends some gives an
-            // infinite or undefined quotient, which has no int value.
-            if (!(position > -1e9 && position < 1e9))
-                position = position > 0 ? 1e9 : 0;
-            m_dialog->m_progress->Send(PBM_SETPOS, (WPARAM)(int)position);
-        }
+        if (m_dialog->m_progress)
+            m_dialog->m_progress->Send(PBM_SETPOS, (WPARAM)BarPosition(m_received, m_total));
         break;
     }
 }
@@ -127,8 +132,14 @@ int PWndExtract::_PNetwork::OnProgress(int total, int offset, uint32_t, const ui
     m_thread->m_received = offset;
     // A worker is far faster than a UI thread that repaints: unthrottled,
     // progress would take all notification slots and the final "done" or
-    // "failed" could be dropped, leaving the dialog stuck.
-    if (InterlockedCompareExchange(&m_thread->m_progressPending, 1, 0) == 0)
+    // "failed" could be dropped, leaving the dialog stuck. So a notification
+    // goes only when the bar would move and none is waiting; the bar reads
+    // the latest fields whenever it moves.
+    int position = _PThread::BarPosition(offset, total);
+    if (position != m_thread->m_lastPosition &&
+        InterlockedCompareExchange(&m_thread->m_progressPending, 1, 0) == 0) {
+        m_thread->m_lastPosition = position;
         m_thread->Notify(NOTIFY_PROGRESS, 0);
+    }
     return 0;
 }

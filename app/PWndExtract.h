@@ -40,6 +40,12 @@ private:
         // never fill up with progress and the final notification always
         // finds a free one.
         volatile LONG m_progressPending;
+        // The bar position of the last progress notification; worker only.
+        int m_lastPosition;
+
+        // The bar position for received of total bytes: received / total *
+        // 1000 truncated toward zero; 0 when it has no int value.
+        static int BarPosition(int received, int total);
 
     private:
         bool Install();

@@ -5,9 +5,13 @@
 
 #include <string.h>
 
-SSelector::SSelector() {}
+SSelector::SSelector()
+{
+}
 
-SSelector::~SSelector() {}
+SSelector::~SSelector()
+{
+}
 
 namespace {
 
@@ -19,7 +23,7 @@ int CALLBACK BrowseCallback(HWND window, UINT message, LPARAM, LPARAM data)
     return 0;
 }
 
-}  // namespace
+}   // namespace
 
 SString SSelector::SelectFolder(HWND owner, const char* title, const char* initialFolder,
                                 unsigned int options)
@@ -94,7 +98,7 @@ SString SSelector::RunFileDialog(bool save, HWND owner, const char* title, const
     dialog.lpstrTitle = title;
     dialog.lpstrDefExt = extension.IsEmpty() ? nullptr : extension.Text();
     dialog.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_PATHMUSTEXIST | OFN_NOCHANGEDIR |
-                   (save ? 0 : OFN_FILEMUSTEXIST);
+        (save ? 0 : OFN_FILEMUSTEXIST);
     BOOL chosen = save ? GetSaveFileNameA(&dialog) : GetOpenFileNameA(&dialog);
     return chosen ? SString(path) : SString();
 }

@@ -114,7 +114,7 @@ void ScaleForDisplay(SWndDialogEntry* entry, int dpi)
     entry->height = (short)MulDiv(entry->height, dpi, 96);
 }
 
-}  // namespace
+}   // namespace
 
 void SWndDialog::ScaleToDisplay()
 {

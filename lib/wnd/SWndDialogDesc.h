@@ -44,7 +44,8 @@ public:
     const SWndDialogEntry* GetControl(int index) const;
     SWndDialogEntry* GetControl(int index)
     {
-        return const_cast<SWndDialogEntry*>(static_cast<const SWndDialogDesc*>(this)->GetControl(index));
+        return const_cast<SWndDialogEntry*>(
+            static_cast<const SWndDialogDesc*>(this)->GetControl(index));
     }
 
     // Appends a copy of entry as a control. When its ID is already used by an
