@@ -35,7 +35,7 @@ LRESULT PWndExtract::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
 }
 
 PWndExtract::_PThread::_PThread(PWndExtract* dialog)
-    : m_total(0), m_received(0), m_progressPending(0), m_lastPosition(0), m_dialog(dialog)
+    : m_total(0), m_received(0), m_progressPending(false), m_lastPosition(0), m_dialog(dialog)
 {
 }
 
@@ -62,7 +62,7 @@ void PWndExtract::_PThread::OnNotify(int code, SValue*)
             m_dialog->m_label->SetText("Failed.");
         break;
     case NOTIFY_PROGRESS:
-        InterlockedExchange(&m_progressPending, 0);
+        m_progressPending = false;
         // Without a length (total -1) the position is zero or negative and
         // the bar stays at its minimum.
         if (m_dialog->m_progress)
@@ -136,8 +136,7 @@ int PWndExtract::_PNetwork::OnProgress(int total, int offset, uint32_t, const ui
     // goes only when the bar would move and none is waiting; the bar reads
     // the latest fields whenever it moves.
     int position = _PThread::BarPosition(offset, total);
-    if (position != m_thread->m_lastPosition &&
-        InterlockedCompareExchange(&m_thread->m_progressPending, 1, 0) == 0) {
+    if (position != m_thread->m_lastPosition && !m_thread->m_progressPending.exchange(true)) {
         m_thread->m_lastPosition = position;
         m_thread->Notify(NOTIFY_PROGRESS, 0);
     }

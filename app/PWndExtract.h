@@ -6,6 +6,8 @@
 
 #include <stdint.h>
 
+#include <atomic>
+
 #include "system/SNetwork.h"
 #include "system/SThread.h"
 #include "wnd/SWndDialog.h"
@@ -34,12 +36,12 @@ private:
         // without a lock: a torn pair only shows a wrong position once.
         volatile int32_t m_total;
         volatile int32_t m_received;
-        // 1 while a progress notification waits for the UI thread. Blocks
+        // Set while a progress notification waits for the UI thread. Blocks
         // arriving meanwhile only update the two fields, which that
         // notification reads when it is handled; so the notification slots
         // never fill up with progress and the final notification always
         // finds a free one.
-        volatile LONG m_progressPending;
+        std::atomic<bool> m_progressPending;
         // The bar position of the last progress notification; worker only.
         int m_lastPosition;
 

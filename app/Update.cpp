@@ -14,8 +14,8 @@ namespace {
 
 const int DIALOG_EXTRACT = 150;
 const int DIALOG_MAKE = 151;
-const DWORD WAIT_LIMIT_MS = 10000;
-const DWORD WAIT_STEP_MS = 500;
+const uint32_t WAIT_LIMIT_MS = 10000;
+const uint32_t WAIT_STEP_MS = 500;
 
 // Builds the dialog from its text resource and runs it modally.
 void RunDialog(SWndDialog* dialog, int resourceId)
@@ -35,15 +35,15 @@ bool WaitForApplicationEnd()
 {
     // The clock is read by subtraction on the unsigned counter, so a wrap
     // during the wait is harmless.
-    DWORD start = timeGetTime();
-    while (timeGetTime() - start < WAIT_LIMIT_MS) {
+    uint32_t start = SSystem::GetMilliseconds();
+    while (SSystem::GetMilliseconds() - start < WAIT_LIMIT_MS) {
         SSystem probe;
         if (SSystem::CountModules(SWndApp::GetArg(3, true).Text()) == 0)
             return true;
         // Deliberately a spin on the clock, not a sleep: no window exists yet
         // and no message is pumped.
-        DWORD step = timeGetTime();
-        while (timeGetTime() - step < WAIT_STEP_MS) {}
+        uint32_t step = SSystem::GetMilliseconds();
+        while (SSystem::GetMilliseconds() - step < WAIT_STEP_MS) {}
     }
     return false;
 }

@@ -63,6 +63,11 @@ SSystem::~SSystem()
     }
 }
 
+uint32_t SSystem::GetMilliseconds()
+{
+    return timeGetTime();
+}
+
 uint32_t SSystem::CountModules(const char* path)
 {
     SString own;

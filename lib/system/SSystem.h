@@ -24,6 +24,10 @@ public:
     // 0 when nothing matches or the processes cannot be listed.
     static uint32_t CountModules(const char* path);
 
+    // The system's millisecond counter (timeGetTime). It wraps after about
+    // 49.7 days: measure spans by unsigned subtraction.
+    static uint32_t GetMilliseconds();
+
 private:
     SStringArray m_fonts;   // font files added to the system, withdrawn on destruction
 };
