@@ -137,15 +137,13 @@ SString SPath::Root() const
     return m_full.Left(length);
 }
 
-// Nothing of the root counts as a name, so "http://host" has none.
+// The part after the last separator, even when that separator belongs to
+// the root: "http://host" is named "host", "\\server" is named "server".
 SString SPath::Name() const
 {
     if (!IsValid())
         return SString();
-    int last = m_full.ReverseFind(Separator());
-    if (last + 1 < RootLength())
-        return SString();
-    return m_full.Mid(last + 1);
+    return m_full.Mid(m_full.ReverseFind(Separator()) + 1);
 }
 
 SString SPath::FolderPart() const

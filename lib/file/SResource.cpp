@@ -124,13 +124,14 @@ bool SResource::Write(SFile* destination, bool compress)
         int64_t nameBytes = (int64_t)strlen(name) + 1;
         if (start + 4 + nameBytes + DataBound(size, compress) + 4 > INT_MAX)
             return false;
-        SFilePath source;
-        if (!source.Open(path.Text(), false, false, true, true))
-            return false;
-
         unsigned char length[4];
         PutLE32(length, size);
         if (destination->Write(length, 4) != 4 || destination->WriteString0(name) != (int)nameBytes)
+            return false;
+        // A file that cannot be opened ends the write after its record's
+        // length and name, with no end marker.
+        SFilePath source;
+        if (!source.Open(path.Text(), false, false, true, true))
             return false;
         if (!compress) {
             // A file that changed size since it was measured would no longer
@@ -242,8 +243,11 @@ bool SResource::ExtractAll(const char* folder, SStringArray* failures)
         const char* name = m_index.GetName(i);
         SString path = root + name;
         SString parent;
-        if (target.Set(path.Text()) != SPATH_INVALID)
+        if (target.Set(path.Text()) != SPATH_INVALID) {
             parent = target.Parent();
+            // Problems are reported by the target's full path.
+            path = target.Full();
+        }
         if (parent.IsEmpty() ||
             (parent != knownParent && !m_disk.IsFolder(parent.Text()) &&
              !m_disk.CreateFolder(parent.Text(), true))) {

@@ -56,7 +56,8 @@ int Shift(uint32_t flags, int delta, uint32_t whole, uint32_t half, uint32_t qua
 }   // namespace
 
 SWndDialog::SWndDialog()
-    : m_statusBar(nullptr), m_backBrush(nullptr), m_lastFocus(nullptr), m_moveWithMouse(false)
+    : m_statusBar(nullptr), m_backBrush(nullptr), m_lastFocus(nullptr), m_moveWithMouse(false),
+      m_toolBarHeight(0)
 {
     m_minSize.cx = m_minSize.cy = 0;
     m_maxSize.cx = m_maxSize.cy = 0;
@@ -394,9 +395,38 @@ void SWndDialog::LayOut(int width, int height)
     }
 }
 
+// The tool bar host changed its height: the dialog grows by the change and
+// every other direct child moves down by it.
+void SWndDialog::OnToolBarResized(SWnd* host)
+{
+    RECT hostRect, window;
+    if (!host || !host->GetWindowRect(&hostRect) || !GetWindowRect(&window))
+        return;
+    int height = hostRect.bottom - hostRect.top;
+    int change = height - m_toolBarHeight;
+    m_toolBarHeight = height;
+    if (change == 0)
+        return;
+    SetWindowPos(GetHandle(), nullptr, 0, 0, window.right - window.left,
+                 window.bottom - window.top + change, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    for (HWND child = ::GetWindow(GetHandle(), GW_CHILD); child;
+         child = ::GetWindow(child, GW_HWNDNEXT)) {
+        if (child == host->GetHandle())
+            continue;
+        RECT rect;
+        ::GetWindowRect(child, &rect);
+        MapWindowPoints(nullptr, GetHandle(), (POINT*)&rect, 2);
+        SetWindowPos(child, nullptr, rect.left, rect.top + change, 0, 0,
+                     SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    }
+}
+
 LRESULT SWndDialog::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
 {
     switch (msg) {
+    case SWM_TOOLBARRESIZED:
+        OnToolBarResized((SWnd*)wParam);
+        break;
     case SWM_COMMAND:
         if (IsModal()) {
             int row = GetRow((SWnd*)wParam);

@@ -99,6 +99,7 @@ private:
     void CreateStatusBar(const SString& texts);
     void DestroyRows();
     void LayOut(int width, int height);
+    void OnToolBarResized(SWnd* host);
 
     SWndDialogDesc m_desc;
     SArray<SWnd*> m_controls;   // owns the control objects
@@ -113,4 +114,5 @@ private:
     SArray<intptr_t> m_layoutRects;   // per row: x, y, w, h at build time (4 slots)
     HWND m_lastFocus;                 // the control that had the focus when the dialog was left
     bool m_moveWithMouse;
+    int m_toolBarHeight;   // height of the tool bar host at its last resize
 };

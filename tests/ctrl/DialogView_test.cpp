@@ -46,8 +46,8 @@ TEST(DialogView, DumpsTheToolDialogs)
     EXPECT_EQ("Dialog 0 \"Update\" 0 0 300 220 0x84C80000 0x00000108 \"Update\"\n"
               "Label 1 \"LABEL\" 10 10 280 22 0x50000000 0x00000000 \"Updating files...\"\n"
               "Progress 2 \"PROGRESS\" 12 36 276 18 0x50000000 0x00000000 \"\"\n"
-              "Label 3 \"Label2\" 10 64 280 20 0x50000000 0x00000000 \"Errors:\"\n"
-              "List 4 \"LIST\" 12 86 276 122 0x50000151 0x00000200 \"\"\n",
+              "List 4 \"LIST\" 12 86 276 122 0x50000151 0x00000200 \"\"\n"
+              "Label 3 \"Label2\" 10 64 280 20 0x50000000 0x00000000 \"Errors:\"\n",
               run.out);
 
     run = RunDialogView("--dump \"" VX_SOURCE_DIR "/resources/make.dlg\"");

@@ -57,8 +57,8 @@ TEST(ToolDialogs, InstallerDialog)
     ExpectRows(dialog,
                {{"LABEL", 1, "Updating files..."},
                 {"PROGRESS", 2, ""},
-                {"Label2", 3, "Errors:"},
-                {"LIST", 4, ""}});
+                {"LIST", 4, ""},
+                {"Label2", 3, "Errors:"}});
     auto* progress = dynamic_cast<SProgressCtrl*>(dialog.FindByName("PROGRESS"));
     ASSERT_NE(nullptr, progress);
     int low = -1, high = -1;

@@ -20,7 +20,7 @@ std::string Parts(const SPath& path)
 TEST(SPathTest, PartsOfLocalShareAndUrlPaths)
 {
     // The text, its kind, its parts with the folder-separator rule on and off.
-    // A bare server or host is a root: the separator is added, nothing is a name.
+    // A bare server or host gets a root with its separator added, and is also the name.
     const struct {
         const char* text;
         int kind;
@@ -45,14 +45,16 @@ TEST(SPathTest, PartsOfLocalShareAndUrlPaths)
          "\\\\server\\|share||\\\\server\\share|\\\\server\\"},
         {"\\\\server\\", SPATH_SHARE, "\\\\server\\|||\\\\server\\|",
          "\\\\server\\|||\\\\server\\|"},
-        {"\\\\server", SPATH_SHARE, "\\\\server\\|||\\\\server|", "\\\\server\\|||\\\\server\\|"},
+        {"\\\\server", SPATH_SHARE, "\\\\server\\||server|\\\\server|\\\\server\\",
+         "\\\\server\\||server|\\\\server|\\\\server\\"},
         {"http://host\\a\\b.bin", SPATH_URL,
          "http://host/|a/|b.bin|http://host/a/b.bin|http://host/a/",
          "http://host/|a|b.bin|http://host/a/b.bin|http://host/a"},
         {"https://host/a/b/", SPATH_URL, "https://host/|a/b/||https://host/a/b/|https://host/a/",
          "https://host/|a/b||https://host/a/b|https://host/a"},
         {"http://host/", SPATH_URL, "http://host/|||http://host/|", "http://host/|||http://host/|"},
-        {"http://host", SPATH_URL, "http://host/|||http://host|", "http://host/|||http://host/|"},
+        {"http://host", SPATH_URL, "http://host/||host|http://host|http://host/",
+         "http://host/||host|http://host|http://host/"},
     };
     for (auto& c : cases) {
         SCOPED_TRACE(c.text);

@@ -66,6 +66,13 @@ SIZE ClientSize(HWND hwnd)
     return s;
 }
 
+POINT ClientOrigin(HWND hwnd)
+{
+    POINT p = {0, 0};
+    ClientToScreen(hwnd, &p);
+    return p;
+}
+
 const char kControls[] =
     "[BUTTON]\r\nID=1\r\nNAME=OK\r\nCAPTION=OK\r\nPOSITION=10 120 80 24\r\nSTYLE=WS_VISIBLE "
     "\r\n\r\n"
@@ -235,6 +242,32 @@ TEST(SWndDialog, OkAndCancelOnlyWhileModal)
     EXPECT_EQ(dialog.Count(SWM_CANCEL), 1);
     EXPECT_EQ(dialog.Count(SWM_COMMAND), 4);
     dialog.SetModal(false);
+}
+
+TEST(SWndDialog, ToolBarResizeGrowsTheDialogAndMovesTheOtherChildren)
+{
+    ProbeDialog dialog;
+    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_CAPTION \r\n", kControls)));
+    SWnd host;
+    RECT hostRect = {0, 0, 300, 30};
+    ASSERT_TRUE(
+        host.Create("", WS_CHILD, 0, &hostRect, dialog.GetHandle(), nullptr, 0, nullptr, false));
+    HWND ok = dialog.FindByName("OK")->GetHandle();
+    RECT before, after;
+    GetWindowRect(ok, &before);
+    int height = ClientSize(dialog.GetHandle()).cy;
+    dialog.Send(SWM_TOOLBARRESIZED, (WPARAM)&host);
+    GetWindowRect(ok, &after);
+    EXPECT_EQ(after.top - before.top, 30);
+    EXPECT_EQ(after.left, before.left);
+    EXPECT_EQ(ClientSize(dialog.GetHandle()).cy, height + 30);
+    host.Move(0, 0, 300, 20);
+    dialog.Send(SWM_TOOLBARRESIZED, (WPARAM)&host);
+    GetWindowRect(ok, &after);
+    EXPECT_EQ(after.top - before.top, 20);
+    RECT hostNow;
+    host.GetWindowRect(&hostNow);
+    EXPECT_EQ(hostNow.top, hostRect.top + ClientOrigin(dialog.GetHandle()).y);
 }
 
 TEST(SWndDialog, LayeredDialogLosesItsFrame)
