@@ -1,5 +1,7 @@
 #include "PWndMake.h"
 
+#include "PSourceFiles.h"
+
 #include "file/SFilePath.h"
 #include "file/SPath.h"
 #include "file/SResource.h"
@@ -74,13 +76,7 @@ void PWndMake::Make()
     }
 
     SStringArray files;
-    files.SetFlags(SARRAY_NOCASE);
-    m_disk.List(&files, (folder + "*.*").Text(), SDISK_RECURSE | SDISK_FILES);
-    // The updater itself, when it lies in the source folder, is never packed;
-    // one in a sub-folder is.
-    int self = files.Find((folder + "Update.exe").Text());
-    if (self >= 0)
-        files.RemoveAt(self);
+    PSourceFiles::List(&m_disk, folder, &files);
     if (files.GetCount() == 0) {
         ShowMessage("No files", "Error", MB_ICONINFORMATION);
         return;
@@ -92,15 +88,13 @@ void PWndMake::Make()
         return;
     SPath desc;
     desc.Set(descPath.Text());
-    SString packagePath = desc.Parent() + desc.Title() + ".bin";
+    SString packagePath = PSourceFiles::PackagePath(desc);
 
-    // The walk lists every file as the folder text followed by its path
-    // below it, so the entry name is what follows the folder text.
     SResource archive;
     archive.Reset();
     archive.SetFolder(folder.Text());
     for (int i = 0; i < files.GetCount(); i++)
-        archive.Add(files.GetAt(i).Mid(folder.GetLength()).Text(), nullptr);
+        archive.Add(PSourceFiles::EntryName(files.GetAt(i), folder).Text(), nullptr);
 
     // A failed write deliberately shows nothing: the description file is
     // written all the same, with the size of whatever the package holds.

@@ -23,7 +23,7 @@ runs=${1:-3}
 bin=$build/bin
 work=$(mktemp -d /tmp/vx-bench-install.XXXXXX)
 export VX_BUILD_DIR=$work/wine
-trap 'kill $(cat "$work/nginx/nginx.pid" 2>/dev/null) 2>/dev/null || true;
+trap 'bash "$root/tests/servers/nginx_server.sh" stop "$work/nginx" >/dev/null 2>&1 || true;
       "$root/scripts/wine-run" --stop "$work/wine" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
 
 trap 'echo "install.sh: failed at line $LINENO" >&2' ERR
@@ -66,28 +66,7 @@ content_mb=$(du -sm "$work/content" | cut -f1)
 files=$(find "$work/content" -type f | wc -l)
 (cd "$work/content" && zip -q -r -6 "$work/server/app.zip" .)
 
-port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])')
-user=""
-[[ "$(id -u)" == 0 ]] && user="user root;"
-cat >"$work/nginx/nginx.conf" <<CONF
-$user
-worker_processes 1;
-pid $work/nginx/nginx.pid;
-error_log $work/nginx/error.log;
-events { worker_connections 64; }
-http {
-    access_log off;
-    sendfile on;
-    client_body_temp_path $work/nginx/body;
-    proxy_temp_path $work/nginx/proxy;
-    fastcgi_temp_path $work/nginx/fastcgi;
-    uwsgi_temp_path $work/nginx/uwsgi;
-    scgi_temp_path $work/nginx/scgi;
-    server { listen 127.0.0.1:$port; root $work/server; }
-}
-CONF
-/usr/sbin/nginx -p "$work/nginx" -c "$work/nginx/nginx.conf"
-sleep 0.3
+port=$(bash "$root/tests/servers/nginx_server.sh" start "$work/server" "$work/nginx" 900)
 
 # Wine start-up, paid by every Update.exe run, measured on its own.
 "$root/scripts/wine-run" "$bin/SampleApp1.exe" --hold 0

@@ -7,6 +7,7 @@
 
 #include <commctrl.h>
 
+#include "../servers/TestServers.h"
 #include "file/SFilePath.h"
 #include "file/SResource.h"
 
@@ -18,10 +19,14 @@ const char* kPayloadText = "payload of version two\r\n";
 
 class UpdateInstall : public ::testing::Test {
 protected:
+    // nginx and the fault server serve one folder for the whole suite.
+    static void SetUpTestSuite() { s_serving = s_servers.Start(VX_SOURCE_DIR, "install"); }
+    static void TearDownTestSuite() { s_servers.Stop(); }
+
     void SetUp() override
     {
-        ASSERT_FALSE(Env("VX_HTTP_ROOT").empty()) << "run through with_servers.sh";
-        m_served = Env("VX_HTTP_ROOT");
+        ASSERT_TRUE(s_serving) << "the test servers did not start";
+        m_served = s_servers.Www();
         // The application's folder has a space in its name, and the
         // destination is passed quoted with its trailing backslash.
         m_appDir = m_root / "my app\\";
@@ -59,11 +64,6 @@ protected:
         EXPECT_TRUE(writer.Write(&out, true));
         out.Close();
         return (unsigned long)ReadFileText(package).size();
-    }
-
-    std::string Url(const char* server, const char* path) const
-    {
-        return "http://127.0.0.1:" + Env(server) + path;
     }
 
     // Starts the application (holding its executable for holdMs) and then
@@ -117,17 +117,22 @@ protected:
         EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
     }
 
+    static TestServers s_servers;
+    static bool s_serving;
     TempDir m_root;
     std::string m_served;
     std::string m_appDir;
     std::string m_tempDir;
 };
 
+TestServers UpdateInstall::s_servers;
+bool UpdateInstall::s_serving = false;
+
 TEST_F(UpdateInstall, InstallsFromNginxAndRestartsTheApplication)
 {
     unsigned long size = ServePackage("app.bin");
     Process app, updater;
-    StartInstall(&app, &updater, std::to_string(size), Url("VX_NGINX_PORT", "/app.bin"));
+    StartInstall(&app, &updater, std::to_string(size), s_servers.Nginx("app.bin"));
     ASSERT_TRUE(updater.Wait(30000)) << "Update.exe did not finish";
     EXPECT_EQ(updater.ExitCode(), 0u);
 
@@ -145,7 +150,7 @@ TEST_F(UpdateInstall, InstallsWithoutALengthAndFromALocalPath)
     // copied instead of downloaded.
     unsigned long size = ServePackage("app.bin");
     for (const std::string& url :
-         {Url("VX_FAULT_PORT", "/nolength/app.bin"), m_served + "app.bin"}) {
+         {s_servers.Fault("nolength/app.bin"), m_served + "app.bin"}) {
         SCOPED_TRACE(url);
         // The version started by the previous round may still be closing.
         DWORD start = GetTickCount();
@@ -178,12 +183,12 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
         std::string dest;
         int bar;
     } cases[] = {
-        {"size mismatch", std::to_string(size + 1), Url("VX_NGINX_PORT", "/app.bin"), "", -1},
-        {"not an archive", "18", Url("VX_NGINX_PORT", "/notes.txt"), "", -1},
-        {"server error", std::to_string(size), Url("VX_FAULT_PORT", "/status/500"), "", -1},
-        {"missing file", std::to_string(size), Url("VX_NGINX_PORT", "/missing.bin"), "", -1},
-        {"body cut short", "2000000", Url("VX_FAULT_PORT", "/short/2000000"), "", 499},
-        {"destination not creatable", std::to_string(size), Url("VX_NGINX_PORT", "/app.bin"),
+        {"size mismatch", std::to_string(size + 1), s_servers.Nginx("app.bin"), "", -1},
+        {"not an archive", "18", s_servers.Nginx("notes.txt"), "", -1},
+        {"server error", std::to_string(size), s_servers.Fault("status/500"), "", -1},
+        {"missing file", std::to_string(size), s_servers.Nginx("missing.bin"), "", -1},
+        {"body cut short", "2000000", s_servers.Fault("short/2000000"), "", 499},
+        {"destination not creatable", std::to_string(size), s_servers.Nginx("app.bin"),
          m_appDir + "SampleApp.ini\\sub\\", -1},
     };
     for (const Case& c : cases) {
@@ -198,7 +203,7 @@ TEST_F(UpdateInstall, GivesUpSilentlyWhenTheApplicationKeepsRunning)
 {
     unsigned long size = ServePackage("app.bin");
     Process app, updater;
-    StartInstall(&app, &updater, std::to_string(size), Url("VX_NGINX_PORT", "/app.bin"), 20000);
+    StartInstall(&app, &updater, std::to_string(size), s_servers.Nginx("app.bin"), 20000);
     // The tool's hidden application windows exist from just before the wait
     // begins, which times the wait apart from Wine's own start-up.
     DWORD waitStart = 0;

@@ -12,6 +12,8 @@
 #       background job, so nothing is written outside STATE. A watchdog
 #       stops it after LIFETIME seconds (default 600). Exit code 0 when
 #       serving, 1 otherwise.
+#       With NGINX_LIMIT_RATE set (e.g. 96k), every response is sent at
+#       that rate.
 #   nginx_server.sh stop STATE
 #       Stops the nginx and the watchdog started with that STATE.
 set -u
@@ -56,6 +58,7 @@ http {
     server {
         listen 127.0.0.1:$port;
         root $root;
+        ${NGINX_LIMIT_RATE:+limit_rate $NGINX_LIMIT_RATE;}
         location / { }
     }
 }

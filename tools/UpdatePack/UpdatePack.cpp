@@ -9,6 +9,7 @@
 #include <string.h>
 
 #include "PPackCheck.h"
+#include "PSourceFiles.h"
 #include "core/SString.h"
 #include "core/SStringArray.h"
 #include "file/SDisk.h"
@@ -119,13 +120,7 @@ int Make(const char* folderText, const char* descText, const char* version)
     const SString root = folder.Full();
 
     SStringArray files;
-    files.SetFlags(SARRAY_NOCASE);
-    disk.List(&files, (root + "*.*").Text(), SDISK_RECURSE | SDISK_FILES);
-    // The updater itself is never packed, but only where it runs from: one
-    // in a sub-folder belongs to the application.
-    int self = files.Find((root + "Update.exe").Text());
-    if (self >= 0)
-        files.RemoveAt(self);
+    PSourceFiles::List(&disk, root, &files);
     if (files.GetCount() == 0) {
         Error("No files");
         return kFailed;
@@ -134,7 +129,7 @@ int Make(const char* folderText, const char* descText, const char* version)
     SPath desc;
     if (desc.Set(descText) == SPATH_INVALID || !desc.HasName())
         return Usage("the description file needs a file name");
-    const SString package = desc.Root() + desc.FolderPart() + desc.Title() + ".bin";
+    const SString package = PSourceFiles::PackagePath(desc);
 
     SResource writer;
     writer.SetFolder(root.Text());
@@ -142,7 +137,7 @@ int Make(const char* folderText, const char* descText, const char* version)
     int64_t bytesIn = 0;
     for (int i = 0; i < files.GetCount(); i++) {
         const SString& path = files.GetAt(i);
-        SString name = path.Mid(root.GetLength());
+        SString name = PSourceFiles::EntryName(path, root);
         uint32_t size = disk.FileSizeByStream(path.Text());
         if (size >= 0x80000000u) {
             Error("Skipped %s: it cannot be read, or it is 2 GB or more", path.Text());
