@@ -14,6 +14,7 @@ namespace {
 
 const int DIALOG_EXTRACT = 150;
 const int DIALOG_MAKE = 151;
+// How long the installer waits for the application to end, and how often it looks.
 const uint32_t WAIT_LIMIT_MS = 10000;
 const uint32_t WAIT_STEP_MS = 500;
 
@@ -29,25 +30,6 @@ void RunDialog(SWndDialog* dialog, int resourceId)
     dialog->Destroy();
 }
 
-// Waits until no process has the application's executable loaded; false
-// when it is still loaded after the limit.
-bool WaitForApplicationEnd()
-{
-    // The clock is read by subtraction on the unsigned counter, so a wrap
-    // during the wait is harmless.
-    uint32_t start = SSystem::GetMilliseconds();
-    while (SSystem::GetMilliseconds() - start < WAIT_LIMIT_MS) {
-        SSystem probe;
-        if (SSystem::CountModules(SWndApp::GetArg(3, true).Text()) == 0)
-            return true;
-        // Deliberately a spin on the clock, not a sleep: no window exists yet
-        // and no message is pumped.
-        uint32_t step = SSystem::GetMilliseconds();
-        while (SSystem::GetMilliseconds() - step < WAIT_STEP_MS) {}
-    }
-    return false;
-}
-
 int UpdateMain(HINSTANCE instance)
 {
     SWndApp::Init(instance, true, false, false);
@@ -55,7 +37,8 @@ int UpdateMain(HINSTANCE instance)
     if (SWndApp::GetArgCount() != 4) {
         PWndMake maker;
         RunDialog(&maker, DIALOG_MAKE);
-    } else if (WaitForApplicationEnd()) {
+    } else if (SSystem::WaitForModuleEnd(SWndApp::GetArg(3, true).Text(), WAIT_LIMIT_MS,
+                                         WAIT_STEP_MS)) {
         PWndExtract installer;
         RunDialog(&installer, DIALOG_EXTRACT);
     }

@@ -68,6 +68,22 @@ uint32_t SSystem::GetMilliseconds()
     return timeGetTime();
 }
 
+bool SSystem::WaitForModuleEnd(const char* path, uint32_t limitMs, uint32_t stepMs,
+                               ModuleCounter count, Clock clock)
+{
+    uint32_t start = clock();
+    while (clock() - start < limitMs) {
+        // A helper object lives for each round, as the probe's callers have
+        // always made one; it holds no fonts here and does nothing.
+        SSystem round;
+        if (count(path) == 0)
+            return true;
+        uint32_t step = clock();
+        while (clock() - step < stepMs) {}
+    }
+    return false;
+}
+
 uint32_t SSystem::CountModules(const char* path)
 {
     SString own;

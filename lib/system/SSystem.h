@@ -1,6 +1,6 @@
 // SSystem: system-wide helpers. The object keeps the font files it made
 // available to the system and withdraws them when it is destroyed; the
-// process probe needs no object.
+// process probe and the wait built on it need no object.
 #pragma once
 
 #include <stdint.h>
@@ -27,6 +27,19 @@ public:
     // The system's millisecond counter (timeGetTime). It wraps after about
     // 49.7 days: measure spans by unsigned subtraction.
     static uint32_t GetMilliseconds();
+
+    // The probe and the clock that WaitForModuleEnd uses.
+    typedef uint32_t (*ModuleCounter)(const char* path);
+    typedef uint32_t (*Clock)();
+
+    // Asks count about path until it answers 0, every stepMs for at most
+    // limitMs as read on clock. The step is deliberately a spin on the clock,
+    // not a sleep: the calling thread pumps no messages meanwhile. Spans are
+    // unsigned differences, so a wrap of the counter is harmless. True when
+    // the count reached 0 (without any wait when it is 0 at the first look);
+    // false when path is still loaded after limitMs.
+    static bool WaitForModuleEnd(const char* path, uint32_t limitMs, uint32_t stepMs,
+                                 ModuleCounter count = CountModules, Clock clock = GetMilliseconds);
 
 private:
     SStringArray m_fonts;   // font files added to the system, withdrawn on destruction

@@ -1,20 +1,47 @@
-// The controls as the dialog builder makes them from dialog texts.
+// The controls as the dialog builder makes them from dialog texts, and the
+// installer's dialog from the text linked into this program.
 #include <windows.h>
 
 #include <commctrl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
+#include "../wnd/WndTestSupport.h"
 #include "core/SStringArray.h"
 #include "ctrl/SButtonCtrl.h"
 #include "ctrl/SLabelCtrl.h"
 #include "ctrl/SListCtrl.h"
 #include "ctrl/SMouseEvent.h"
 #include "ctrl/SProgressCtrl.h"
+#include "file/SFileMem.h"
 #include "wnd/SWndDialog.h"
 
+// Live objects made with new in this program, to see that the controls free
+// what they allocate.
+static long g_liveObjects = 0;
+void* operator new(size_t size)
+{
+    void* p = HeapAlloc(GetProcessHeap(), 0, size ? size : 1);
+    if (!p)
+        abort();
+    g_liveObjects++;
+    return p;
+}
+void operator delete(void* p) noexcept
+{
+    if (p && HeapFree(GetProcessHeap(), 0, p))
+        g_liveObjects--;
+}
+void operator delete(void* p, size_t) noexcept
+{
+    operator delete(p);
+}
+
 namespace {
+
+::testing::Environment* const g_app = ::testing::AddGlobalTestEnvironment(new WndEnvironment);
 
 // Counts each label's erase messages, that is its drawing.
 class CountingLabel : public SLabelCtrl {
@@ -34,6 +61,8 @@ struct Report {
     SMouseEvent event;
 };
 
+// Records its controls' reports; its background is red left of x = 160 and
+// white right of it.
 class RecordingDialog : public SWndDialog {
 public:
     std::vector<Report> reports;
@@ -54,6 +83,14 @@ public:
             reports.push_back({msg, wParam, {}});
         else if (msg == SWM_LABELMOUSE || msg == SWM_PROGRESSMOUSE)
             reports.push_back({msg, wParam, *(const SMouseEvent*)lParam});
+        if (msg == WM_ERASEBKGND && wParam) {
+            RECT left = {0, 0, 160, 240}, right = {160, 0, 320, 240};
+            HBRUSH red = CreateSolidBrush(RGB(255, 0, 0));
+            FillRect((HDC)wParam, &left, red);
+            FillRect((HDC)wParam, &right, (HBRUSH)GetStockObject(WHITE_BRUSH));
+            DeleteObject(red);
+            return 1;
+        }
         return SWndDialog::Handler(msg, wParam, lParam);
     }
 
@@ -64,82 +101,155 @@ protected:
     }
 };
 
-// The control's client area drawn through WM_PRINTCLIENT, one COLORREF per pixel.
-std::vector<COLORREF> Render(SWnd* control)
-{
-    RECT rect;
-    control->GetClientRect(&rect);
-    HDC screen = GetDC(nullptr);
-    HDC dc = CreateCompatibleDC(screen);
-    HBITMAP bitmap = CreateCompatibleBitmap(screen, rect.right, rect.bottom);
-    HGDIOBJ old = SelectObject(dc, bitmap);
-    control->Send(WM_PRINTCLIENT, (WPARAM)dc, PRF_CLIENT);
+// A control's client area drawn through WM_PRINTCLIENT into a black image.
+struct Picture {
+    int width = 0, height = 0;
     std::vector<COLORREF> pixels;
-    for (int y = 0; y < rect.bottom; y++)
-        for (int x = 0; x < rect.right; x++)
-            pixels.push_back(GetPixel(dc, x, y));
-    SelectObject(dc, old);
-    DeleteObject(bitmap);
-    DeleteDC(dc);
-    ReleaseDC(nullptr, screen);
-    return pixels;
+
+    explicit Picture(SWnd* control)
+    {
+        RECT rect;
+        control->GetClientRect(&rect);
+        width = rect.right;
+        height = rect.bottom;
+        HDC screen = GetDC(nullptr);
+        HDC dc = CreateCompatibleDC(screen);
+        HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+        HGDIOBJ old = SelectObject(dc, bitmap);
+        control->Send(WM_PRINTCLIENT, (WPARAM)dc, PRF_CLIENT);
+        for (int y = 0; y < height; y++)
+            for (int x = 0; x < width; x++)
+                pixels.push_back(GetPixel(dc, x, y));
+        SelectObject(dc, old);
+        DeleteObject(bitmap);
+        DeleteDC(dc);
+        ReleaseDC(nullptr, screen);
+    }
+    COLORREF At(int x, int y) const { return pixels[y * width + x]; }
+    bool operator==(const Picture& other) const { return pixels == other.pixels; }
+    // The box of the pixels in rows [top, bottom) whose colour is not back.
+    RECT Ink(COLORREF back, int top = 0, int bottom = -1) const
+    {
+        RECT box = {width, height, -1, -1};
+        for (int y = top; y < (bottom < 0 ? height : bottom); y++)
+            for (int x = 0; x < width; x++)
+                if (At(x, y) != back) {
+                    box = {std::min<LONG>(box.left, x), std::min<LONG>(box.top, y),
+                           std::max<LONG>(box.right, x), std::max<LONG>(box.bottom, y)};
+                }
+        return box;
+    }
+    bool Has(COLORREF colour, int top, int bottom) const
+    {
+        return std::find(pixels.begin() + top * width, pixels.begin() + bottom * width, colour) !=
+            pixels.begin() + bottom * width;
+    }
+};
+
+int Sign(int value)
+{
+    return (value > 0) - (value < 0);
 }
 
 TEST(Label, DrawingAndRedraw)
 {
     RecordingDialog dialog;
     ASSERT_TRUE(dialog.Build(
-        "[LABEL]\r\nNAME=L\r\nCAPTION=Text\r\nPOSITION=0 0 120 24\r\nSTYLE=WS_VISIBLE \r\n\r\n"
-        "[LABEL]\r\nNAME=J\r\nCAPTION=Text\r\nPOSITION=0 30 120 24\r\nLABEL_HALIGN=_JUSTIFY\r\n\r\n"
-        "[LABEL]\r\nNAME=C\r\nCAPTION=Text\r\nPOSITION=0 60 120 24\r\nLABEL_HALIGN=_CENTER\r\n"
-        "LABEL_VALIGN=_BOTTOM\r\n\r\n"
-        "[LABEL]\r\nNAME=R\r\nCAPTION=Text\r\nPOSITION=0 90 120 24\r\nBACKCOLOR=#FF0000\r\n"
-        "TEXTCOLOR=#FF00FF00\r\n"));
-    auto* left = dynamic_cast<CountingLabel*>(dialog.FindByName("L"));
-    auto* justify = dynamic_cast<CountingLabel*>(dialog.FindByName("J"));
-    auto* center = dynamic_cast<CountingLabel*>(dialog.FindByName("C"));
-    auto* colored = dynamic_cast<CountingLabel*>(dialog.FindByName("R"));
-    ASSERT_TRUE(left && justify && center && colored);
+        "[LABEL]\r\nNAME=A\r\nCAPTION=Text\r\nPOSITION=0 0 160 40\r\nSTYLE=WS_VISIBLE \r\n"
+        "LABEL_HALIGN=_RIGHT\r\nLABEL_VALIGN=_MIDDLE\r\n\r\n"
+        "[LABEL]\r\nNAME=P\r\nCAPTION=&\r\nPOSITION=0 50 60 24\r\n\r\n"
+        "[LABEL]\r\nNAME=T\r\nCAPTION=Text\r\nPOSITION=140 100 60 24\r\nTRANSPARENT=1\r\n"
+        "BACKCOLOR=#00FF00\r\nTEXTCOLOR=#0000FF\r\n\r\n"
+        "[LABEL]\r\nNAME=C\r\nCAPTION=Text\r\nPOSITION=0 130 120 24\r\nBACKCOLOR=#FF0000FF\r\n"));
+    auto* label = dynamic_cast<CountingLabel*>(dialog.FindByName("A"));
+    SWnd* prefix = dialog.FindByName("P");
+    SWnd* transparent = dialog.FindByName("T");
+    SWnd* colored = dialog.FindByName("C");
+    ASSERT_TRUE(label && prefix && transparent && colored);
+    EXPECT_EQ(2 | 16, label->GetAlign());
 
-    // "_JUSTIFY" is kept but draws exactly like "_LEFT"; centring does not.
-    EXPECT_EQ(3, justify->GetAlign());
-    EXPECT_EQ(1 | 32, center->GetAlign());
-    std::vector<COLORREF> leftPixels = Render(left);
-    EXPECT_EQ(leftPixels, Render(justify));
-    EXPECT_NE(leftPixels, Render(center));
-    // Without colours the background is the button face; "#AARRGGBB" loses its alpha.
-    EXPECT_EQ(GetSysColor(COLOR_BTNFACE), leftPixels[0]);
-    EXPECT_EQ(RGB(0, 255, 0), colored->GetTextColor());
-    EXPECT_EQ(RGB(255, 0, 0), Render(colored)[0]);
+    // Each horizontal and vertical value places the text on its own side;
+    // "_JUSTIFY" draws exactly like "_LEFT". Without colours the background
+    // is the button face; "#AARRGGBB" loses its alpha.
+    const COLORREF face = GetSysColor(COLOR_BTNFACE);
+    std::vector<int> aligns;
+    std::vector<Picture> pictures;
+    for (int v : {0, 16, 32}) {
+        for (int h : {0, 1, 2, 3}) {
+            label->SetAlign(h | v);
+            aligns.push_back(h | v);
+            pictures.emplace_back(label);
+            EXPECT_EQ(face, pictures.back().At(0, 0));
+        }
+    }
+    for (size_t i = 0; i < aligns.size(); i++) {
+        RECT a = pictures[i].Ink(face);
+        int ha = (aligns[i] & 15) % 3, va = aligns[i] >> 4;
+        for (size_t j = 0; j < aligns.size(); j++) {
+            RECT b = pictures[j].Ink(face);
+            int hb = (aligns[j] & 15) % 3, vb = aligns[j] >> 4;
+            EXPECT_EQ(Sign(ha - hb), Sign(a.left - b.left)) << aligns[i] << " " << aligns[j];
+            EXPECT_EQ(Sign(va - vb), Sign(a.top - b.top)) << aligns[i] << " " << aligns[j];
+            EXPECT_EQ(ha == hb && va == vb, pictures[i] == pictures[j]);
+        }
+    }
+    EXPECT_EQ(RGB(0, 0, 255), Picture(colored).At(0, 0));
+
+    // No prefix processing: "&&" shows two ampersands, not one.
+    Picture one(prefix);
+    prefix->SetText("&&");
+    EXPECT_GT(Picture(prefix).Ink(face).right, one.Ink(face).right);
+
+    // A transparent label shows the dialog's background at its own place
+    // (red left of x = 160, white right of it) under its text.
+    Picture see(transparent);
+    EXPECT_EQ(RGB(255, 0, 0), see.At(1, 1));
+    EXPECT_EQ(RGB(255, 255, 255), see.At(58, 1));
+    EXPECT_TRUE(see.Has(RGB(0, 0, 255), 0, see.height));
+    EXPECT_FALSE(see.Has(RGB(0, 255, 0), 0, see.height));
 
     // No message is pumped between a change and its check.
-    left->erased = 0;
-    left->SetText("After, a longer text");
-    EXPECT_EQ(1, left->erased);
-    EXPECT_NE(leftPixels, Render(left));
-    left->SetAlign(16 | 64);   // one vertical value survives: unchanged, no redraw
-    left->SetAlign(16);
-    EXPECT_EQ(2, left->erased);
-    EXPECT_EQ(16, left->GetAlign());
+    label->erased = 0;
+    label->SetText("After, a longer text");
+    EXPECT_EQ(1, label->erased);
+    label->SetAlign(16 | 64);   // one vertical value survives
+    label->SetAlign(16);        // unchanged: no redraw
+    EXPECT_EQ(2, label->erased);
+    EXPECT_EQ(16, label->GetAlign());
 }
 
-TEST(LabelAndProgress, RangeAndMouseReports)
+TEST(LabelProgressButton, RangeMouseReportsAndCommand)
 {
     RecordingDialog dialog;
     ASSERT_TRUE(dialog.Build(
         "[LABEL]\r\nNAME=L\r\nCAPTION=x\r\nPOSITION=10 10 100 20\r\nSTYLE=WS_VISIBLE \r\n\r\n"
         "[PROGRESS]\r\nNAME=P\r\nPOSITION=10 40 100 20\r\nSTYLE=WS_VISIBLE \r\n\r\n"
         "[PROGRESS]\r\nNAME=Q\r\nPOSITION=10 70 100 20\r\nPROGRESS_SMOOTH=1\r\n"
-        "PROGRESS_MINVALUE=-50\r\nPROGRESS_MAXVALUE=50\r\nPROGRESS_VALUE=20\r\n"));
+        "PROGRESS_MINVALUE=-50\r\nPROGRESS_MAXVALUE=50\r\nPROGRESS_VALUE=20\r\n\r\n"
+        "[BUTTON]\r\nID=4\r\nNAME=B\r\nCAPTION=Go\r\nPOSITION=10 100 80 24\r\n"
+        "STYLE=WS_VISIBLE \r\nBUTTON_DEFAULT=1\r\n"));
     auto* plain = dynamic_cast<SProgressCtrl*>(dialog.FindByName("P"));
     auto* set = dynamic_cast<SProgressCtrl*>(dialog.FindByName("Q"));
-    ASSERT_TRUE(plain && set);
-    int low = -1, high = -1;
-    EXPECT_TRUE(plain->GetRange(&low, &high));
-    EXPECT_TRUE(low == 0 && high == 100) << low << ".." << high;
-    EXPECT_TRUE(set->GetRange(&low, &high));
-    EXPECT_TRUE(low == -50 && high == 50) << low << ".." << high;
-    EXPECT_EQ(20, set->GetPos());
+    auto* button = dynamic_cast<SButtonCtrl*>(dialog.FindByName("B"));
+    ASSERT_TRUE(plain && set && button);
+    SWndDialog installer;
+    SFileMem text;
+    ASSERT_TRUE(text.LoadResource("BINARY", 150) &&
+                installer.CreateFromText(&text, nullptr, nullptr, true, 0));
+    auto* bar = dynamic_cast<SProgressCtrl*>(installer.FindByName("PROGRESS"));
+    ASSERT_TRUE(bar && dynamic_cast<SLabelCtrl*>(installer.FindByName("LABEL")) &&
+                dynamic_cast<SListCtrl*>(installer.FindByName("LIST")));
+    // Without a range in the text 0..100; the installer's 0..1000.
+    const struct {
+        SProgressCtrl* bar;
+        int low, high, pos;
+    } ranges[] = {{plain, 0, 100, 0}, {set, -50, 50, 20}, {bar, 0, 1000, 0}};
+    for (const auto& r : ranges) {
+        int low = -1, high = -1;
+        EXPECT_TRUE(r.bar->GetRange(&low, &high));
+        EXPECT_TRUE(low == r.low && high == r.high && r.bar->GetPos() == r.pos)
+            << low << ".." << high;
+    }
     EXPECT_TRUE(GetWindowLongA(set->GetHandle(), GWL_STYLE) & PBS_SMOOTH);
 
     const struct {
@@ -168,51 +278,71 @@ TEST(LabelAndProgress, RangeAndMouseReports)
             EXPECT_TRUE(i >= 9 || (screen.x == r.event.x && screen.y == r.event.y)) << table[i].msg;
         }
     }
-}
 
-TEST(List, InsertStringsPositions)
-{
-    RecordingDialog dialog;
-    ASSERT_TRUE(dialog.Build("[LIST]\r\nNAME=LIST\r\nPOSITION=10 10 200 150\r\n"
-                             "LIST_CONTENT=0|1|2\r\n"));
-    auto* list = dynamic_cast<SListCtrl*>(dialog.FindByName("LIST"));
-    ASSERT_NE(nullptr, list);
-    auto texts = [list] {
-        SStringArray all;
-        for (int i = 0; i < list->GetCount(); i++)
-            all.Add(list->GetItemText(i).Text());
-        return all.Join(",");
-    };
-    SStringArray abc, de, empty;
-    abc.Split("a|b|c", '|');
-    de.Split("d|e", '|');
-
-    EXPECT_EQ(3, list->InsertStrings(&abc, 1, 7, 8, 9));
-    EXPECT_EQ(8u, list->GetItemValue(2, 1));
-    // Past the end, below -1 or at the count: appended in order, not refused.
-    EXPECT_EQ(2, list->InsertStrings(&de, 99));
-    EXPECT_EQ(2, list->InsertStrings(&de, -7));
-    EXPECT_EQ(2, list->InsertStrings(&de, list->GetCount()));
-    EXPECT_STREQ("0,a,b,c,1,2,d,e,d,e,d,e", texts().Text());
-    EXPECT_EQ(0, list->InsertStrings(&empty, 0));
-    EXPECT_EQ(0, list->InsertStrings(nullptr, 0));
-    // A single item past the end is refused.
-    EXPECT_EQ(-1, list->InsertString("z", 99));
-    EXPECT_EQ(12, list->GetCount());
-}
-
-TEST(Button, ClickIsACommandToTheParent)
-{
-    RecordingDialog dialog;
-    ASSERT_TRUE(dialog.Build("[BUTTON]\r\nID=4\r\nNAME=B\r\nCAPTION=Go\r\nPOSITION=10 10 80 24\r\n"
-                             "STYLE=WS_VISIBLE \r\nBUTTON_DEFAULT=1\r\n"));
-    auto* button = dynamic_cast<SButtonCtrl*>(dialog.FindByName("B"));
-    ASSERT_NE(nullptr, button);
     EXPECT_TRUE(GetWindowLongA(button->GetHandle(), GWL_STYLE) & BS_DEFPUSHBUTTON);
+    dialog.reports.clear();
     button->Click();
     ASSERT_EQ(1u, dialog.reports.size());
     EXPECT_EQ(35779u, dialog.reports[0].msg);
     EXPECT_EQ((WPARAM)button, dialog.reports[0].wParam);
+}
+
+TEST(List, ItemsColoursAndRecords)
+{
+    long liveBefore = g_liveObjects;
+    {
+        RecordingDialog dialog;
+        ASSERT_TRUE(dialog.Build("[LIST]\r\nNAME=LIST\r\nPOSITION=170 10 140 150\r\n"
+                                 "LIST_CONTENT=0|1|2\r\nTEXTCOLOR=#0000FF\r\nBACKCOLOR=#FFFF00\r\n"
+                                 "LIST_SELBACKCOLOR=#FF00FF00\r\nLIST_SELTEXTCOLOR=#FF0000\r\n"));
+        auto* list = dynamic_cast<SListCtrl*>(dialog.FindByName("LIST"));
+        ASSERT_NE(nullptr, list);
+        auto texts = [list] {
+            SStringArray all;
+            for (int i = 0; i < list->GetCount(); i++)
+                all.Add(list->GetItemText(i).Text());
+            return SString(all.Join(","));
+        };
+
+        // The selected item in its colours, the others in theirs.
+        ASSERT_TRUE(list->SetSelection(0));
+        Picture drawn(list);
+        RECT item;
+        list->Send(LB_GETITEMRECT, 0, (LPARAM)&item);
+        int h = item.bottom;
+        EXPECT_TRUE(drawn.Has(RGB(0, 255, 0), 0, h) && drawn.Has(RGB(255, 0, 0), 0, h));
+        EXPECT_TRUE(drawn.Has(RGB(255, 255, 0), h, 2 * h) && drawn.Has(RGB(0, 0, 255), h, 2 * h));
+        EXPECT_FALSE(drawn.Has(RGB(0, 0, 255), 0, h) || drawn.Has(RGB(255, 0, 0), h, 3 * h));
+
+        SStringArray abc, de, empty;
+        abc.Split("a|b|c", '|');
+        de.Split("d|e", '|');
+        long liveItems = g_liveObjects;
+        EXPECT_EQ(3, list->InsertStrings(&abc, 1, 7, 8, 9));
+        EXPECT_EQ(8u, list->GetItemValue(2, 1));
+        // Past the end, below -1 or at the count: appended in order, not refused.
+        EXPECT_EQ(2, list->InsertStrings(&de, 99));
+        EXPECT_EQ(2, list->InsertStrings(&de, -7));
+        EXPECT_EQ(2, list->InsertStrings(&de, list->GetCount()));
+        EXPECT_STREQ("0,a,b,c,1,2,d,e,d,e,d,e", texts().Text());
+        EXPECT_EQ(0, list->InsertStrings(&empty, 0));
+        EXPECT_EQ(0, list->InsertStrings(nullptr, 0));
+        // A single item past the end is refused.
+        EXPECT_EQ(-1, list->InsertString("z", 99));
+
+        // Removal takes the item's record with it; the others keep theirs.
+        EXPECT_EQ(11, list->Remove(2));
+        EXPECT_EQ(-1, list->Remove(11));
+        EXPECT_EQ(10, list->Remove(10));
+        EXPECT_STREQ("0,a,c,1,2,d,e,d,e,d", texts().Text());
+        EXPECT_EQ(9u, list->GetItemValue(1, 2));
+        list->RemoveAll();
+        EXPECT_EQ(0, list->GetCount());
+        EXPECT_EQ(liveItems - 3, g_liveObjects);   // the three first records too
+        list->InsertStrings(&abc);
+    }
+    // Destroying the dialog frees the records of the items left.
+    EXPECT_EQ(liveBefore, g_liveObjects);
 }
 
 }   // namespace

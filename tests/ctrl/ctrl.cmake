@@ -1,6 +1,6 @@
 # Controls and the tool's dialogs, under Wine with a display.
 vx_add_gtest(ctrl_controls_test
-  SOURCES Controls_test.cpp ToolDialogs_test.cpp
+  SOURCES Controls_test.cpp
   LIBS vx_wnd vx_file vx_core vx_resources
   LABELS gui
   TIMEOUT 120)
