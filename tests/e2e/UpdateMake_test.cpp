@@ -161,7 +161,7 @@ TEST_F(Maker, MakesPackageAndDescription)
     EXPECT_EQ((std::vector<std::string> {"app.exe", "sub\\Update.exe", "sub\\empty.txt"}), names);
     std::string unpacked = m_root / "unpacked\\";
     ASSERT_TRUE(reader.ExtractAll(unpacked.c_str()));
-    EXPECT_EQ(std::string(250000, 'a'), ReadFileText(unpacked + "app.exe"));
+    EXPECT_TRUE(ReadFileText(unpacked + "app.exe") == std::string(250000, 'a'));
 
     // Another run from the same dialog; an empty version writes only the line end.
     m_version->SetText("");

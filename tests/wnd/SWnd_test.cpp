@@ -132,45 +132,6 @@ TEST(SWnd, CreateMessagePreFilterAndDestroy)
     EXPECT_FALSE(wnd.Destroy());
 }
 
-// A native edit and button wrapped by subclassing; the button reports its
-// notifications through reflection.
-class ReflectingButton : public SWnd {
-public:
-    std::vector<int> codes;
-    bool OnReflect(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT* result) override
-    {
-        (void)lParam;
-        if (msg != WM_COMMAND)
-            return false;
-        codes.push_back(HIWORD(wParam));
-        *result = 0;
-        return true;
-    }
-};
-
-TEST(SWnd, NativeControlsAreSubclassed)
-{
-    ProbeWnd parent;
-    RECT r = Rect(0, 0, 200, 100);
-    ASSERT_TRUE(parent.Create("", WS_VISIBLE | WS_CAPTION, 0, &r, nullptr, nullptr, 0));
-    RECT er = Rect(5, 5, 100, 20);
-    ProbeWnd edit;
-    ASSERT_TRUE(edit.CreateClass("EDIT", "abc", WS_CHILD | WS_VISIBLE, 0, &er, parent.GetHandle(),
-                                 (HMENU)3, 0));
-    EXPECT_TRUE(edit.SetText("hello"));
-    EXPECT_TRUE(edit.Saw(WM_SETTEXT));
-
-    ReflectingButton button;
-    RECT br = Rect(5, 40, 80, 24);
-    ASSERT_TRUE(button.CreateClass("BUTTON", "Go", WS_CHILD | WS_VISIBLE, 0, &br,
-                                   parent.GetHandle(), (HMENU)4, 0));
-    button.Send(BM_CLICK);
-    ASSERT_TRUE(PumpUntil([&] { return !button.codes.empty(); }, 1000));
-    EXPECT_EQ(button.codes[0], BN_CLICKED);
-    parent.Destroy();
-    EXPECT_EQ(edit.GetHandle(), nullptr);
-}
-
 TEST(SWnd, ModalLoopEndingsAndKeys)
 {
     RECT r = Rect(0, 0, 120, 80);
