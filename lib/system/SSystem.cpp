@@ -73,8 +73,8 @@ bool SSystem::WaitForModuleEnd(const char* path, uint32_t limitMs, uint32_t step
 {
     uint32_t start = clock();
     while (clock() - start < limitMs) {
-        // A helper object lives for each round, as the probe's callers have
-        // always made one; it holds no fonts here and does nothing.
+        // One helper object lives for each round; it holds no fonts here and
+        // does nothing.
         SSystem round;
         if (count(path) == 0)
             return true;
