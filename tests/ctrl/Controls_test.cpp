@@ -195,7 +195,8 @@ TEST(Label, DrawingAndRedraw)
     }
     EXPECT_EQ(RGB(0, 0, 255), Picture(colored).At(0, 0));
 
-    // No prefix processing: "&&" shows two ampersands, not one.
+    // No prefix processing ("drag & drop" shows its ampersand): "&&" draws
+    // two ampersands, not one.
     Picture one(prefix);
     prefix->SetText("&&");
     EXPECT_GT(Picture(prefix).Ink(face).right, one.Ink(face).right);
