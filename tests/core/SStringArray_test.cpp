@@ -134,12 +134,6 @@ TEST(SStringArray, EmptyingAndEditing)
     EXPECT_STREQ(a.GetText(0), "back");
     a.RemoveAll();
     EXPECT_TRUE(a.GetCount() == 0 && a.GetCapacity() == 64);
-
-    EXPECT_EQ(a.CreateElementFromText("  padded \t"), 0);
-    EXPECT_STREQ(a.GetText(0), "padded");
-    a.Add(" x ");
-    EXPECT_STREQ(a.ElementToText(1).Text(), "x");
-    EXPECT_STREQ(a.ElementToText(5).Text(), "");
 }
 
 TEST(SStringArray, SplitAndJoin)

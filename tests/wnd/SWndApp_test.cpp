@@ -113,28 +113,4 @@ TEST(SWndApp, RunLoopStyles)
     EXPECT_FALSE(TakeQuit());
 }
 
-TEST(SWndApp, DrainQueueDropsUserInputOnly)
-{
-    // Typed keys wait in the queue of the focused window's thread.
-    SWnd wnd;
-    RECT r = {0, 0, 100, 60};
-    ASSERT_TRUE(wnd.Create("", WS_VISIBLE | WS_CAPTION, 0, &r, nullptr, nullptr, 0));
-    SetForegroundWindow(wnd.GetHandle());
-    wnd.SetFocus();
-    PumpUntil([&] { return GetFocus() == wnd.GetHandle(); }, 1000);
-    SWndApp::DrainQueue();
-    wnd.Post(WM_APP + 60);
-    keybd_event('A', 0, 0, 0);
-    keybd_event('A', 0, KEYEVENTF_KEYUP, 0);
-    DWORD start = GetTickCount();
-    while (!(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY) && GetTickCount() - start < 2000)
-        Sleep(10);
-    ASSERT_TRUE(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY);
-    EXPECT_GE(SWndApp::DrainQueue(), 2);
-    EXPECT_FALSE(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY);
-    // Posted messages stay, and nothing was dispatched.
-    MSG msg;
-    EXPECT_TRUE(PeekMessageA(&msg, wnd.GetHandle(), WM_APP + 60, WM_APP + 60, PM_REMOVE));
-}
-
 }   // namespace

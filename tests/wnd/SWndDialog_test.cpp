@@ -168,7 +168,7 @@ TEST(SWndDialog, DialogOptions)
 {
     ProbeDialog dialog;
     ASSERT_TRUE(dialog.Build(Text("STYLE=WS_VISIBLE WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\n"
-                                  "DIALOG_NOCLOSE=1\r\nDIALOG_DRAGFILES=1\r\nDIALOG_MINSIZE=1\r\n"
+                                  "DIALOG_NOCLOSE=1\r\nDIALOG_DRAGFILES=1\r\n"
                                   "DIALOG_STATUSBARTEXT=one|two\r\nDIALOG_FOCUS=4\r\n",
                                   kControls)));
     HWND hwnd = dialog.GetHandle();
@@ -185,14 +185,6 @@ TEST(SWndDialog, DialogOptions)
     RECT bar;
     dialog.GetStatusBar()->GetWindowRect(&bar);
     EXPECT_EQ(ClientSize(hwnd).cy, 165 + (bar.bottom - bar.top));
-
-    // The built size is the smallest the user may drag to.
-    RECT window;
-    GetWindowRect(hwnd, &window);
-    MINMAXINFO info = {};
-    dialog.Send(WM_GETMINMAXINFO, 0, (LPARAM)&info);
-    EXPECT_EQ(info.ptMinTrackSize.x, window.right - window.left);
-    EXPECT_EQ(info.ptMinTrackSize.y, window.bottom - window.top);
 
     HWND focused = dialog.FindById(4)->GetHandle();
     ASSERT_TRUE(PumpUntil([&] { return GetFocus() == focused; }, 1000));
@@ -252,42 +244,6 @@ TEST(SWndDialog, OkAndCancelOnlyWhileModal)
     std::vector<UINT> expected = {SWM_COMMAND, SWM_COMMAND, SWM_OK,
                                   SWM_COMMAND, SWM_CANCEL,  SWM_COMMAND};
     EXPECT_EQ(std::vector<UINT>(dialog.seen.end() - 6, dialog.seen.end()), expected);
-}
-
-TEST(SWndDialog, ToolBarResizeGrowsTheDialogAndMovesTheOtherChildren)
-{
-    ProbeDialog dialog;
-    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_CAPTION \r\n", kControls)));
-    HWND hwnd = dialog.GetHandle();
-    SWnd host;
-    RECT hostRect = {0, 0, 300, 30};
-    ASSERT_TRUE(host.Create("", WS_CHILD, 0, &hostRect, hwnd, nullptr, 0, nullptr, false));
-    SWnd* ok = dialog.FindByName("OK");
-    RECT before = ChildRect(ok, hwnd);
-    int height = ClientSize(hwnd).cy;
-    // Each resize moves by the change from the stored height; the host stays.
-    for (int hostHeight : {30, 20}) {
-        host.Move(0, 0, 300, hostHeight);
-        dialog.Send(SWM_TOOLBARRESIZED, (WPARAM)&host);
-        RECT after = ChildRect(ok, hwnd);
-        EXPECT_TRUE(after.top - before.top == hostHeight && after.left == before.left);
-        EXPECT_EQ(ClientSize(hwnd).cy, height + hostHeight);
-        EXPECT_EQ(ChildRect(&host, hwnd).top, 0);
-    }
-}
-
-TEST(SWndDialog, LayeredDialogLosesItsFrame)
-{
-    ProbeDialog dialog;
-    ASSERT_TRUE(
-        dialog.Build(Text("STYLE=WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\nEXSTYLE=WS_EX_CLIENTEDGE "
-                          "WS_EX_TOOLWINDOW \r\nDIALOG_LAYER=1\r\nDIALOG_STATUSBARTEXT=x\r\n")));
-    LONG style = GetWindowLongA(dialog.GetHandle(), GWL_STYLE);
-    LONG exStyle = GetWindowLongA(dialog.GetHandle(), GWL_EXSTYLE);
-    EXPECT_EQ(style & 0x00CF0000, 0);
-    EXPECT_EQ(exStyle & (0x200 | WS_EX_TOOLWINDOW | WS_EX_LAYERED),
-              WS_EX_TOOLWINDOW | WS_EX_LAYERED);
-    EXPECT_EQ(dialog.GetStatusBar(), nullptr);
 }
 
 TEST(SWndDialog, TabMovesTheFocusByGroup)
