@@ -785,22 +785,28 @@ int SString::Replace(const char* from, const char* to)
         to = "";
     int fromLength = (int)strlen(from);
     int toLength = (int)strlen(to);
-    SString result;
+    // The hits are counted first so that the result is sized once: growing it
+    // hit by hit would copy it again at every 16-byte step.
     int count = 0;
-    int pos = 0;
-    for (;;) {
-        int hit = Find(from, pos);
-        if (hit < 0)
-            break;
-        result.Append(m_buffer + pos, hit - pos);
-        result.Append(to, toLength);
-        pos = hit + fromLength;
+    for (int hit = Find(from, 0); hit >= 0; hit = Find(from, hit + fromLength))
         count++;
+    if (count == 0)
+        return 0;
+    long long length = m_length + (long long)count * (toLength - fromLength);
+    SString result;
+    if (length > kMaxLength || !result.SetLength((int)length, false))
+        return 0;
+    char* out = result.m_buffer;
+    int pos = 0;
+    for (int hit = Find(from, 0); hit >= 0; hit = Find(from, pos)) {
+        memcpy(out, m_buffer + pos, (size_t)(hit - pos));
+        out += hit - pos;
+        memcpy(out, to, (size_t)toLength);
+        out += toLength;
+        pos = hit + fromLength;
     }
-    if (count > 0) {
-        result.Append(m_buffer + pos, m_length - pos);
-        Assign(result.m_buffer, result.m_length);
-    }
+    memcpy(out, m_buffer + pos, (size_t)(m_length - pos));
+    Assign(result.m_buffer, result.m_length);
     return count;
 }
 

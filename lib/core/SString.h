@@ -121,8 +121,10 @@ public:
     void Trim();
     void TrimLeft();
     void TrimRight();
-    // Replaces every occurrence of `from` by `to` (null means ""); returns the
-    // count, 0 for an empty or null `from`.
+    // Replaces every occurrence of `from` by `to` (null means ""), left to
+    // right without overlap, in time linear in the length; returns the count.
+    // 0 for an empty or null `from`, and when the result would not fit in
+    // memory or an int length (the text is then left as it was).
     int Replace(const char* from, const char* to);
     // 0 when either character is 0 (the terminator cannot be replaced).
     int Replace(char from, char to);

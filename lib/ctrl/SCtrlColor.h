@@ -1,7 +1,9 @@
 // SCtrlColor: turns a colour of the dialog text into a GDI colour. A value
 // with an alpha byte came from the "#AARRGGBB" form and is converted; one
 // without is already a native colour reference (the "#RRGGBB" form gives
-// 00BBGGRR). The not-set marker 0xFF000000 selects the fallback.
+// 00BBGGRR). The not-set marker 0xFF000000 selects the fallback. Every key
+// that takes a colour, the dialog's BACKCOLOR included, goes through this one
+// conversion.
 #pragma once
 
 #include <windows.h>

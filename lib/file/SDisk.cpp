@@ -370,16 +370,38 @@ bool SDisk::CreateFolder(const char* path, bool withParents)
     if (!folder.IsSubFolder())
         return false;
     SString full = folder.Full();
+    if (full.GetLength() > MAX_FOLDER_LENGTH)
+        return false;
     if (IsFolder(full.Text()))
         return true;
     if (_mkdir(full.Text()) == 0)
         return true;
     if (errno != ENOENT || !withParents)
         return false;
-    SPath parent;
-    parent.Set(folder.Parent().Text());
-    if (!parent.IsSubFolder() || !CreateFolder(parent.Full().Text(), true))
-        return false;
+    // Walks up to the first parent that exists or can be made, then makes the
+    // missing ones top-down. A loop, not recursion: a path may be hundreds of
+    // levels deep. A parent that is not shorter than its child ends the walk,
+    // so no text can make it go round.
+    SStringArray missing;   // the missing parents, deepest first
+    SString child = full;
+    for (;;) {
+        folder.Set(folder.Parent().Text());
+        if (!folder.IsSubFolder())
+            return false;
+        SString parent = folder.Full();
+        if (parent.GetLength() >= child.GetLength())
+            return false;
+        if (IsFolder(parent.Text()) || _mkdir(parent.Text()) == 0)
+            break;
+        if (errno != ENOENT)
+            return false;
+        missing.Add(parent.Text());
+        child = parent;
+    }
+    for (int i = missing.GetCount() - 1; i >= 0; i--) {
+        if (_mkdir(missing.GetAt(i).Text()) != 0)
+            return false;
+    }
     return _mkdir(full.Text()) == 0;
 }
 

@@ -89,8 +89,11 @@ public:
 
     // Creates the folder; with withParents its missing parent folders too.
     // True when the folder exists afterwards (also when it existed before).
-    // False for an empty path, a root (a drive root is never created), a
-    // missing parent without withParents, or when the system refuses.
+    // False for an empty path, a root (a drive root is never created), a full
+    // form longer than 1023 characters (shares and URLs included, which SPath
+    // does not bound), a missing parent without withParents, or when the
+    // system refuses. Any text ends with a result: the walk up to the parents
+    // is a loop bounded by that length.
     bool CreateFolder(const char* path, bool withParents);
 
     // Deletes the file; the system's answer is passed through.
@@ -101,7 +104,7 @@ public:
     const char* GetBuffer() const { return m_buffer; }
 
 private:
-    enum { BUFFER_SIZE = 1025 };
+    enum { BUFFER_SIZE = 1025, MAX_FOLDER_LENGTH = 1023 };
 
     char m_buffer[BUFFER_SIZE];
     bool m_folderSeparator;

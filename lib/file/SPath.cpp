@@ -188,6 +188,12 @@ SString SPath::Parent() const
     char separator = Separator();
     if (!m_folderSeparator)
         folder += separator;
+    // The search starts at the second-last character. A one-character folder
+    // part (the empty folder between the doubled separators of \\server\\share\)
+    // has none, and a search from -1 would start at the end and hand back the
+    // path itself.
+    if (folder.GetLength() < 2)
+        return Root();
     int found = folder.ReverseFind(separator, folder.GetLength() - 2);
     if (found < 0)
         return Root();

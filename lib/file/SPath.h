@@ -69,7 +69,9 @@ public:
     // folder-separator rule is false. Empty when invalid.
     SString Full() const;
     // The folder holding the path: Root() + FolderPart() for a name; the
-    // folder one level up for a folder. Empty when invalid or for a root.
+    // folder one level up for a folder, Root() when the folder part is a
+    // single separator (a doubled separator after the root), so walking up
+    // from a folder always ends at its root. Empty when invalid or for a root.
     SString Parent() const;
     // Name() without its extension (up to the last "."); the whole name when
     // it holds no ".".

@@ -415,7 +415,8 @@ SString SWndApp::GetArgFrom(const char* commandLine, int index, bool stripQuotes
         return SString();
     SStringArray words;
     int count = SplitCommandLine(commandLine, &words);
-    if (index + 1 >= count)
+    // Compared without adding to index, which may be INT_MAX.
+    if (index >= count - 1)
         return SString();
     return Strip(words.GetAt(index + 1), stripQuotes);
 }

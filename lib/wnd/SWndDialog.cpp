@@ -6,6 +6,7 @@
 
 #include "SWndApp.h"
 #include "ctrl/SButtonCtrl.h"
+#include "ctrl/SCtrlColor.h"
 #include "ctrl/SEditCtrl.h"
 #include "ctrl/SLabelCtrl.h"
 #include "ctrl/SListCtrl.h"
@@ -170,8 +171,7 @@ bool SWndDialog::Build(HWND parent, bool popup, LPARAM user)
         CreateControl(*m_desc.GetControl(i));
 
     if (dialog.backColor != SWND_COLOR_NOTSET) {
-        // Only the colour bytes reach the brush; the top byte is not a colour.
-        m_backBrush = CreateSolidBrush(dialog.backColor & 0x00FFFFFF);
+        m_backBrush = CreateSolidBrush(SCtrlColor::ToColorRef(dialog.backColor, 0));
         InvalidateRect(hwnd, nullptr, TRUE);
     }
 

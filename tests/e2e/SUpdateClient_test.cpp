@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "UpdateClient/SUpdateClient.h"
+#include "system/SSystem.h"
 #include "wnd/SWndApp.h"
 
 namespace {
@@ -35,6 +36,28 @@ TEST(SUpdateClient, CommandLineReadsBackAsTheFourArguments)
     std::string line;
     EXPECT_FALSE(SUpdateClient::BuildCommandLine("u.exe", 1, "a\"b", "c", "d", &line));
     EXPECT_FALSE(SUpdateClient::BuildCommandLine("u.exe", 1, "a", "C:\\app\\\\", "d", &line));
+}
+
+TEST(SUpdateClient, ApplicationPathIsTheFormTheRunningCheckSees)
+{
+    // This program, spelt as applications spell their own path.
+    char own[MAX_PATH], shortForm[MAX_PATH];
+    GetModuleFileNameA(nullptr, own, MAX_PATH);
+    ASSERT_GT(GetShortPathNameA(own, shortForm, MAX_PATH), 0u);
+    std::string slashed(own);
+    for (char& c : slashed)
+        c = c == '\\' ? '/' : c;
+    EXPECT_EQ(SSystem::CountModules(slashed.c_str()), 0u);
+    const char* spellings[] = {nullptr, own, slashed.c_str(), shortForm};
+    for (const char* spelling : spellings) {
+        std::string line;
+        ASSERT_TRUE(SUpdateClient::BuildCommandLine("u.exe", 1, "p", "d", spelling, &line));
+        SString probe = SWndApp::GetArgFrom(line.c_str(), 3, true);
+        EXPECT_STREQ(probe.Text(), own) << (spelling ? spelling : "(null)");
+        EXPECT_GE(SSystem::CountModules(probe.Text()), 1u);
+    }
+    // A file that is not there keeps the full form of its text.
+    EXPECT_EQ(SUpdateClient::ProbePath("C:/no such/./app.exe"), "C:\\no such\\app.exe");
 }
 
 TEST(SUpdateClient, DescriptionAndVersions)

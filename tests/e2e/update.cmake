@@ -10,6 +10,6 @@ foreach(name UpdateInstall UpdateMake)
 endforeach()
 
 # The client helper's command line against the tool's argument reader.
-vx_add_gtest(SUpdateClient_test SOURCES SUpdateClient_test.cpp LIBS vx_wnd wininet LABELS win
+vx_add_gtest(SUpdateClient_test SOURCES SUpdateClient_test.cpp LIBS vx_system vx_wnd wininet LABELS win
              TIMEOUT 60)
 target_include_directories(SUpdateClient_test PRIVATE ${PROJECT_SOURCE_DIR}/tools)

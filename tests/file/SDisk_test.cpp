@@ -111,6 +111,10 @@ TEST_F(SDiskTest, ListWalksPreOrderWithFiltersAndTopLevelCounters)
     EXPECT_EQ(disk.List(nullptr, At("full").Text(), SDISK_FOLDERS | SDISK_HASFILES), 1);
     EXPECT_EQ(disk.List(nullptr, At("full").Text(), SDISK_FOLDERS | SDISK_NOFILES), 0);
     EXPECT_EQ(disk.List(nullptr, At("h.txt").Text(), SDISK_FILES | SDISK_NOHIDDEN), 0);
+    // "?" alone makes no wildcard mask: the system matches it, the name comes bare.
+    out.RemoveAll();
+    EXPECT_EQ(disk.List(&out, At("?.txt").Text(), SDISK_FILES), 2);
+    EXPECT_STREQ(out.Join("|").Text(), "a.txt|h.txt");
 }
 
 TEST_F(SDiskTest, ListMaskDescendsIntoNonMatchingFoldersAndKeepsThePrefix)
@@ -139,11 +143,8 @@ TEST_F(SDiskTest, ExistsIsFileIsFolderAndSizes)
     MakeTree();
     Make({"some.bin"}, 1234);
     SDisk disk;
-    EXPECT_TRUE(disk.Exists(At("a.txt").Text()));
-    EXPECT_STREQ(disk.GetBuffer(), At("a.txt").Text());
     EXPECT_TRUE(disk.Exists(At("full\\").Text()));
-    EXPECT_FALSE(disk.Exists(At("nope").Text()));
-    EXPECT_FALSE(disk.Exists(""));
+    EXPECT_FALSE(disk.Exists(At("nope").Text()) || disk.Exists(""));
     // Path, IsFile, IsFolder.
     const struct {
         const char* path;
@@ -156,14 +157,18 @@ TEST_F(SDiskTest, ExistsIsFileIsFolderAndSizes)
         EXPECT_EQ(disk.IsFolder(At(r.path).Text()), r.folder) << r.path;
     }
 
-    // Relative names are looked up in the current folder only.
+    // Relative names are looked up in the current folder only, never along PATH.
     ASSERT_TRUE(SetCurrentDirectoryA(At("full").Text()));
     EXPECT_TRUE(disk.Exists("sub\\y.txt"));
     EXPECT_STREQ(disk.GetBuffer(), At("full\\sub\\y.txt").Text());
+    std::string path = getenv("PATH") ? getenv("PATH") : "";
+    _putenv_s("PATH", root.c_str());
+    EXPECT_FALSE(disk.Exists("a.txt"));
     EXPECT_FALSE(disk.IsFile("a.txt"));
+    _putenv_s("PATH", path.c_str());
 
-    EXPECT_EQ(disk.FileSize(At("some.bin").Text()), 1234u);
-    EXPECT_EQ(disk.FileSizeByStream(At("some.bin").Text()), 1234u);
+    EXPECT_TRUE(disk.FileSize(At("some.bin").Text()) == 1234u &&
+                disk.FileSizeByStream(At("some.bin").Text()) == 1234u);
     EXPECT_EQ(disk.FileSize(At("nope.bin").Text()), 0u);
     EXPECT_EQ(disk.FileSizeByStream(At("nope.bin").Text()) & disk.FileSizeByStream(""),
               0xFFFFFFFFu);
@@ -171,25 +176,36 @@ TEST_F(SDiskTest, ExistsIsFileIsFolderAndSizes)
 
 TEST_F(SDiskTest, TempFolderAndTempFileName)
 {
+    // The temporary folder named in 8.3 form comes back in its long form.
+    Make({"Long Temporary Folder\\"});
+    char shortForm[MAX_PATH], saved[MAX_PATH] = "";
+    ASSERT_GT(GetShortPathNameA(At("Long Temporary Folder").Text(), shortForm, MAX_PATH), 0u);
+    ASSERT_EQ(SString(shortForm).Find("Long Temporary"), -1) << shortForm;
+    DWORD savedLength = GetEnvironmentVariableA("TMP", saved, MAX_PATH);
+    SetEnvironmentVariableA("TMP", shortForm);
     SDisk disk;
     SString folder = disk.TempFolder();
-    ASSERT_GT(folder.GetLength(), 3);
-    EXPECT_EQ(folder.GetAt(folder.GetLength() - 1), '\\');
-    EXPECT_TRUE(disk.IsFolder(folder.Text()));
+    SetEnvironmentVariableA("TMP", savedLength ? saved : nullptr);
+    EXPECT_EQ(folder, At("Long Temporary Folder\\"));
     EXPECT_TRUE(disk.SetFolderSeparator(false));
-    EXPECT_EQ(disk.TempFolder(), folder.Left(folder.GetLength() - 1));
-    disk.SetFolderSeparator(true);
+    folder = disk.TempFolder();
+    EXPECT_NE(folder.GetAt(folder.GetLength() - 1), '\\');
+    folder += "\\";
 
-    SString first = disk.TempFileName(), second = disk.TempFileName();
-    EXPECT_STREQ(disk.GetBuffer(), second.Text());
-    EXPECT_NE(first, second);
-    for (const SString& name : {first, second}) {
+    // The name is made without the separator rule, which is then restored.
+    SString names[2];
+    for (bool rule : {false, true}) {
+        disk.SetFolderSeparator(rule);
+        SString name = names[rule] = disk.TempFileName();
+        EXPECT_EQ(disk.GetFolderSeparator(), rule);
+        EXPECT_STREQ(disk.GetBuffer(), name.Text());
         EXPECT_EQ(name.Left(folder.GetLength() + 3).CompareNoCase((folder + "tmp").Text()), 0);
         EXPECT_EQ(name.Right(4).CompareNoCase(".tmp"), 0);
         EXPECT_TRUE(disk.IsFile(name.Text()));
         EXPECT_TRUE(disk.Remove(name.Text()));
         EXPECT_FALSE(disk.Remove(name.Text()));
     }
+    EXPECT_NE(names[0], names[1]);
 }
 
 TEST_F(SDiskTest, CreateFolder)
@@ -208,28 +224,31 @@ TEST_F(SDiskTest, CreateFolder)
     ASSERT_TRUE(SetCurrentDirectoryA(root.c_str()));
     EXPECT_TRUE(disk.CreateFolder("rel\\deep", true));
     EXPECT_TRUE(disk.IsFolder(At("rel\\deep").Text()));
-    for (const char* never : {"C:\\", "C:", ""})
-        EXPECT_FALSE(disk.CreateFolder(never, true)) << never;
+    // Texts that cannot be made end with false: roots, a doubled separator
+    // (its parent once was the path itself), deep and over-long paths.
+    std::string deepShare = "\\\\nohost\\share";
+    while (deepShare.size() < 1000)
+        deepShare += "\\d";
+    for (std::string never :
+         {std::string("C:\\"), std::string("C:"), std::string(""),
+          std::string("\\\\nohost\\\\share\\app"), std::string("http://h//a//b/"), deepShare,
+          deepShare + deepShare, root + std::string(2000, 'n')})
+        EXPECT_FALSE(disk.CreateFolder(never.c_str(), true)) << never.size();
 }
 
 TEST_F(SDiskTest, UniqueName)
 {
     SDisk disk;
     SString folder = root.c_str(), bare = folder.Left(folder.GetLength() - 1);
-    EXPECT_EQ(disk.UniqueName(folder.Text(), "pkg", "upd"), folder + "pkg.upd");
     EXPECT_EQ(disk.UniqueName(folder.Text(), "pkg", ""), folder + "pkg");
     Make({"pkg.upd"});
 
-    // The number is rand() / 32768 * 1000000, truncated; a taken one is drawn again.
+    // The number is rand() / 32768 * 1000000, truncated.
     srand(7);
-    SString first, second;
+    SString first;
     first.Format("pkg%d.upd", (int)((long long)rand() * 1000000 / 32768));
-    second.Format("pkg%d.upd", (int)((long long)rand() * 1000000 / 32768));
     srand(7);
     EXPECT_EQ(disk.UniqueName(folder.Text(), "pkg", "upd"), folder + first);
-    Make({first.Text()});
-    srand(7);
-    EXPECT_EQ(disk.UniqueName(folder.Text(), "pkg", "upd"), folder + second);
 
     // Without the separator rule the folder is written bare and joined with "\\".
     disk.SetFolderSeparator(false);

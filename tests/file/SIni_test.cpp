@@ -46,10 +46,19 @@ TEST(SIniTest, SectionsTrimmedKeysAndValuesNot)
     EXPECT_EQ(SIni::FindKey(&source, "main", "version"), 24);
     EXPECT_EQ(SIni::FindKey(&source, "other", "tail"), (int)strlen(kText) - 8);
     // The first section of a name wins, and a key right after it is found.
+    // A section line is found trimmed, but only a line that is a section as
+    // it stands ends the one before.
     SFileMem twice;
-    twice.WriteString("[a]\nk=1\n[A]\nk=2\n[b]");
+    twice.WriteString("[a]\nk=1\n[A]\nk=2\n[b]\n [c]\nm=3");
     EXPECT_EQ(SIni::FindKey(&twice, "A", "k"), 4);
     EXPECT_EQ(SIni::FindKey(&twice, "b", "k"), -1);
+    EXPECT_EQ(SIni::FindKey(&twice, "b", "m"), 25);
+    EXPECT_EQ(SIni::FindSection(&twice, "c"), 20);
+
+    // Opening another text replaces the first.
+    ASSERT_TRUE(ini.OpenMemory(&twice));
+    EXPECT_STREQ(ini.GetString("other", "Tail").Text(), "");
+    EXPECT_STREQ(ini.GetString("c", "m").Text(), "3");
 }
 
 TEST(SIniFileTest, FileModeReadsTheFileAtEachQuery)

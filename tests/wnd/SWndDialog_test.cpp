@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "WndTestSupport.h"
+#include "ctrl/SLabelCtrl.h"
+#include "ctrl/SListCtrl.h"
 #include "file/SFileMem.h"
 #include "wnd/SWndDialog.h"
 
@@ -66,11 +68,13 @@ SIZE ClientSize(HWND hwnd)
     return s;
 }
 
-POINT ClientOrigin(HWND hwnd)
+// The window rectangle of a child in its dialog's client coordinates.
+RECT ChildRect(SWnd* child, HWND dialog)
 {
-    POINT p = {0, 0};
-    ClientToScreen(hwnd, &p);
-    return p;
+    RECT r;
+    GetWindowRect(child->GetHandle(), &r);
+    MapWindowPoints(nullptr, dialog, (POINT*)&r, 2);
+    return r;
 }
 
 const char kControls[] =
@@ -93,17 +97,12 @@ TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
     // Hidden (no WS_VISIBLE) yet ready, once, after its controls exist.
     EXPECT_FALSE(IsWindowVisible(hwnd));
     EXPECT_EQ(dialog.Count(SWM_DIALOGREADY), 1);
-    EXPECT_EQ(dialog.readyUser, 99);
-    EXPECT_FALSE(dialog.visibleAtReady);
-    EXPECT_TRUE(dialog.controlsAtReady);
+    EXPECT_TRUE(dialog.readyUser == 99 && !dialog.visibleAtReady && dialog.controlsAtReady);
 
     SIZE client = ClientSize(hwnd);
-    EXPECT_EQ(client.cx, 300);
-    EXPECT_EQ(client.cy, 165);
     RECT window;
     GetWindowRect(hwnd, &window);
-    EXPECT_EQ(window.left, 40);
-    EXPECT_EQ(window.top, 30);
+    EXPECT_TRUE(client.cx == 300 && client.cy == 165 && window.left == 40 && window.top == 30);
     EXPECT_TRUE(GetWindowLongA(hwnd, GWL_EXSTYLE) & WS_EX_TOPMOST);
     EXPECT_FALSE(GetWindowLongA(hwnd, GWL_EXSTYLE) & WS_EX_ACCEPTFILES);
     char className[32];
@@ -112,27 +111,20 @@ TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
     EXPECT_EQ(dialog.GetText(), "Probe");
 
     ASSERT_EQ(dialog.GetRowCount(), 4);
-    SWnd* ok = dialog.FindByName("OK");
-    ASSERT_NE(ok, nullptr);
-    EXPECT_EQ(ok->GetId(), 1);
+    EXPECT_EQ(dialog.FindByName("OK")->GetId(), 1);
     EXPECT_EQ(dialog.FindById(2), dialog.FindByName("CANCEL"));
     EXPECT_EQ(dialog.FindByName("ok"), nullptr);
     // Two controls named alike: the earlier one is found.
     SWnd* twin = dialog.FindByName("TWIN");
-    ASSERT_NE(twin, nullptr);
     EXPECT_EQ(dialog.GetRow(twin), 2);
     EXPECT_EQ(dialog.GetRowId(3), 4);
-    EXPECT_STREQ(dialog.GetRowName(3), "TWIN");
     EXPECT_EQ(dialog.GetRow(&dialog), -1);
 
     // A type without its own class is a plain child with position and caption.
     GetClassNameA(twin->GetHandle(), className, sizeof(className));
     EXPECT_STREQ(className, "CLASS_SWND");
     EXPECT_EQ(twin->GetText(), "tree text");
-    RECT r;
-    GetWindowRect(twin->GetHandle(), &r);
-    MapWindowPoints(nullptr, hwnd, (POINT*)&r, 2);
-    EXPECT_EQ(r.left, 10);
+    EXPECT_EQ(ChildRect(twin, hwnd).left, 10);
     EXPECT_EQ(twin->GetLayoutFlags(), 8u | 8192u);
 
     // Only the control with a FONT face has its own font.
@@ -147,11 +139,8 @@ TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
     // Automatic layout: the tree moves right by the growth and grows down.
     SetWindowPos(hwnd, nullptr, 0, 0, window.right - window.left + 50,
                  window.bottom - window.top + 20, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
-    GetWindowRect(twin->GetHandle(), &r);
-    MapWindowPoints(nullptr, hwnd, (POINT*)&r, 2);
-    EXPECT_EQ(r.left, 60);
-    EXPECT_EQ(r.right - r.left, 120);
-    EXPECT_EQ(r.bottom - r.top, 70);
+    RECT r = ChildRect(twin, hwnd);
+    EXPECT_TRUE(r.left == 60 && r.right - r.left == 120 && r.bottom - r.top == 70);
 
     // A dialog with a window refuses a second build.
     EXPECT_FALSE(dialog.Build(Text("")));
@@ -162,7 +151,6 @@ TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
     dialog.Destroy();
     EXPECT_EQ(dialog.GetRowCount(), 0);
     EXPECT_FALSE(IsWindow(edit));
-    EXPECT_EQ(dialog.FindByName("OK"), nullptr);
 }
 
 TEST(SWndDialog, FailedLoadsShowNothing)
@@ -171,7 +159,6 @@ TEST(SWndDialog, FailedLoadsShowNothing)
     EXPECT_FALSE(
         dialog.Build("VORLIX DIALOG 1.0.0.0\r\n\r\n[DIALOG]\r\nCAPTION=x\r\n\r\n[NOPE]\r\n"));
     EXPECT_EQ(dialog.GetDesc().GetErrorLine(), 6);
-    EXPECT_FALSE(dialog.Build("VORLIX DIALOG\r\n"));
     EXPECT_FALSE(dialog.CreateFromText(nullptr, nullptr, nullptr, true, 0));
     EXPECT_EQ(dialog.GetHandle(), nullptr);
     EXPECT_TRUE(dialog.seen.empty());
@@ -180,42 +167,24 @@ TEST(SWndDialog, FailedLoadsShowNothing)
 TEST(SWndDialog, DialogOptions)
 {
     ProbeDialog dialog;
-    ASSERT_TRUE(dialog.Build(
-        Text("STYLE=WS_VISIBLE WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\nBACKCOLOR=#204060\r\n"
-             "DIALOG_NOCLOSE=1\r\nDIALOG_DRAGFILES=1\r\nDIALOG_MINSIZE=1\r\n"
-             "DIALOG_STATUSBARTEXT=one|two\r\nDIALOG_FOCUS=4\r\n",
-             kControls)));
+    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_VISIBLE WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\n"
+                                  "DIALOG_NOCLOSE=1\r\nDIALOG_DRAGFILES=1\r\n"
+                                  "DIALOG_STATUSBARTEXT=one|two\r\nDIALOG_FOCUS=4\r\n",
+                                  kControls)));
     HWND hwnd = dialog.GetHandle();
-    EXPECT_TRUE(IsWindowVisible(hwnd));
     // Shown first, then told it is ready.
-    EXPECT_TRUE(dialog.visibleAtReady);
-    char className[32];
-    GetClassNameA(hwnd, className, sizeof(className));
-    EXPECT_STREQ(className, "CLASS_SWNDEX");
+    EXPECT_TRUE(IsWindowVisible(hwnd) && dialog.visibleAtReady);
     EXPECT_TRUE(GetClassLongA(hwnd, GCL_STYLE) & CS_NOCLOSE);
     EXPECT_TRUE(GetWindowLongA(hwnd, GWL_EXSTYLE) & WS_EX_ACCEPTFILES);
-    EXPECT_NE(dialog.GetBackBrush(), nullptr);
-    LOGBRUSH brush;
-    GetObjectA(dialog.GetBackBrush(), sizeof(brush), &brush);
-    EXPECT_EQ(brush.lbColor, RGB(0x20, 0x40, 0x60));
 
     // The status bar adds its height below the POSITION client area.
     ASSERT_NE(dialog.GetStatusBar(), nullptr);
-    EXPECT_EQ(dialog.GetStatusBar()->Send(SB_GETPARTS, 0, 0), 2);
     char part[16] = "";
     dialog.GetStatusBar()->Send(SB_GETTEXTA, 1, (LPARAM)part);
     EXPECT_STREQ(part, "two");
     RECT bar;
     dialog.GetStatusBar()->GetWindowRect(&bar);
     EXPECT_EQ(ClientSize(hwnd).cy, 165 + (bar.bottom - bar.top));
-
-    // The built size is the smallest the user may drag to.
-    RECT window;
-    GetWindowRect(hwnd, &window);
-    MINMAXINFO info = {};
-    dialog.Send(WM_GETMINMAXINFO, 0, (LPARAM)&info);
-    EXPECT_EQ(info.ptMinTrackSize.x, window.right - window.left);
-    EXPECT_EQ(info.ptMinTrackSize.y, window.bottom - window.top);
 
     HWND focused = dialog.FindById(4)->GetHandle();
     ASSERT_TRUE(PumpUntil([&] { return GetFocus() == focused; }, 1000));
@@ -225,91 +194,76 @@ TEST(SWndDialog, DialogOptions)
     EXPECT_EQ(GetFocus(), focused);
 }
 
+// The library's message numbers are part of its interface.
+static_assert(SWM_CREATE == 0x83E9 && SWM_DIALOGREADY == 0x83EA && SWM_OK == 0x83EE &&
+                  SWM_CANCEL == 0x83EF && SWM_DROPFILES == 0x83F0 && SWM_COMMAND == 0x8BC3 &&
+                  SWM_THREADNOTIFY == 0x87DA && SWM_THREADMESSAGE == 0x87DB &&
+                  SWM_THREADEND == 0x87DC,
+              "library message numbers");
+
+COLORREF BrushColour(HBRUSH brush)
+{
+    LOGBRUSH info = {};
+    GetObjectA(brush, sizeof(info), &info);
+    return info.lbColor;
+}
+
+TEST(SWndDialog, EveryColourKeyReadsBothForms)
+{
+    // One colour, written as #RRGGBB and as #AARRGGBB, on every key that takes one.
+    for (const char* colour : {"#204060", "#FF204060"}) {
+        SCOPED_TRACE(colour);
+        SString keys, controls;
+        keys.Format("BACKCOLOR=%s\r\n", colour);
+        controls.Format(
+            "[LABEL]\r\nNAME=L\r\nBACKCOLOR=%s\r\nTEXTCOLOR=%s\r\n\r\n[LIST]\r\nNAME=S\r\n"
+            "BACKCOLOR=%s\r\nTEXTCOLOR=%s\r\nLIST_SELBACKCOLOR=%s\r\n"
+            "LIST_SELTEXTCOLOR=%s\r\n",
+            colour, colour, colour, colour, colour, colour);
+        ProbeDialog dialog;
+        ASSERT_TRUE(dialog.Build(Text(keys.Text(), controls.Text())));
+        SLabelCtrl* label = (SLabelCtrl*)dialog.FindByName("L");
+        SListCtrl* list = (SListCtrl*)dialog.FindByName("S");
+        HBRUSH listBrush = (HBRUSH)dialog.Send(WM_CTLCOLORLISTBOX, 0, (LPARAM)list->GetHandle());
+        for (COLORREF value : {BrushColour(dialog.GetBackBrush()), label->GetBackColor(),
+                               label->GetTextColor(), BrushColour(listBrush), list->GetTextColor(),
+                               list->GetSelBackColor(), list->GetSelTextColor()})
+            EXPECT_EQ(value, RGB(0x20, 0x40, 0x60));
+    }
+}
+
 TEST(SWndDialog, OkAndCancelOnlyWhileModal)
 {
     ProbeDialog dialog;
     ASSERT_TRUE(dialog.Build(Text("STYLE=WS_CAPTION \r\n", kControls)));
-    SWnd* ok = dialog.FindByName("OK");
-    SWnd* cancel = dialog.FindByName("CANCEL");
-    SWnd* other = dialog.FindByName("TWIN");
-    dialog.Send(SWM_COMMAND, (WPARAM)ok);
-    EXPECT_EQ(dialog.Count(SWM_OK), 0);
+    dialog.Send(SWM_COMMAND, (WPARAM)dialog.FindByName("OK"));
     dialog.SetModal(true);
-    dialog.Send(SWM_COMMAND, (WPARAM)ok);
-    dialog.Send(SWM_COMMAND, (WPARAM)cancel);
-    dialog.Send(SWM_COMMAND, (WPARAM)other);
-    EXPECT_EQ(dialog.Count(SWM_OK), 1);
-    EXPECT_EQ(dialog.Count(SWM_CANCEL), 1);
-    EXPECT_EQ(dialog.Count(SWM_COMMAND), 4);
+    for (const char* name : {"OK", "CANCEL", "TWIN"})
+        dialog.Send(SWM_COMMAND, (WPARAM)dialog.FindByName(name));
     dialog.SetModal(false);
-}
-
-TEST(SWndDialog, ToolBarResizeGrowsTheDialogAndMovesTheOtherChildren)
-{
-    ProbeDialog dialog;
-    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_CAPTION \r\n", kControls)));
-    SWnd host;
-    RECT hostRect = {0, 0, 300, 30};
-    ASSERT_TRUE(
-        host.Create("", WS_CHILD, 0, &hostRect, dialog.GetHandle(), nullptr, 0, nullptr, false));
-    HWND ok = dialog.FindByName("OK")->GetHandle();
-    RECT before, after;
-    GetWindowRect(ok, &before);
-    int height = ClientSize(dialog.GetHandle()).cy;
-    dialog.Send(SWM_TOOLBARRESIZED, (WPARAM)&host);
-    GetWindowRect(ok, &after);
-    EXPECT_EQ(after.top - before.top, 30);
-    EXPECT_EQ(after.left, before.left);
-    EXPECT_EQ(ClientSize(dialog.GetHandle()).cy, height + 30);
-    host.Move(0, 0, 300, 20);
-    dialog.Send(SWM_TOOLBARRESIZED, (WPARAM)&host);
-    GetWindowRect(ok, &after);
-    EXPECT_EQ(after.top - before.top, 20);
-    RECT hostNow;
-    host.GetWindowRect(&hostNow);
-    EXPECT_EQ(hostNow.top, hostRect.top + ClientOrigin(dialog.GetHandle()).y);
-}
-
-TEST(SWndDialog, LayeredDialogLosesItsFrame)
-{
-    ProbeDialog dialog;
-    ASSERT_TRUE(
-        dialog.Build(Text("STYLE=WS_CAPTION WS_SYSMENU WS_SIZEBOX \r\nEXSTYLE=WS_EX_CLIENTEDGE "
-                          "WS_EX_TOOLWINDOW \r\nDIALOG_LAYER=1\r\nDIALOG_STATUSBARTEXT=x\r\n")));
-    LONG style = GetWindowLongA(dialog.GetHandle(), GWL_STYLE);
-    LONG exStyle = GetWindowLongA(dialog.GetHandle(), GWL_EXSTYLE);
-    EXPECT_EQ(style & 0x00CF0000, 0);
-    EXPECT_EQ(exStyle & 0x200, 0);
-    EXPECT_TRUE(exStyle & WS_EX_TOOLWINDOW);
-    EXPECT_TRUE(exStyle & WS_EX_LAYERED);
-    EXPECT_EQ(dialog.GetStatusBar(), nullptr);
-    EXPECT_EQ(ClientSize(dialog.GetHandle()).cx, 300);
+    std::vector<UINT> expected = {SWM_COMMAND, SWM_COMMAND, SWM_OK,
+                                  SWM_COMMAND, SWM_CANCEL,  SWM_COMMAND};
+    EXPECT_EQ(std::vector<UINT>(dialog.seen.end() - 6, dialog.seen.end()), expected);
 }
 
 TEST(SWndDialog, TabMovesTheFocusByGroup)
 {
     // Document order c, a, b; groups 2, 1, 1; d takes no part.
+    SString controls;
+    const char* rows[] = {"3\r\nTABENABLED=1\r\nTABGROUP=2", "1\r\nTABENABLED=1\r\nTABGROUP=1",
+                          "2\r\nTABENABLED=1\r\nTABGROUP=1", "4\r\nTABGROUP=0"};
+    for (const char* row : rows)
+        controls += SString("[WINDOW]\r\nPOSITION=0 0 10 10\r\nSTYLE=WS_VISIBLE \r\nID=") + row +
+            "\r\n\r\n";
     ProbeDialog dialog;
-    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_VISIBLE WS_CAPTION \r\n",
-                                  "[WINDOW]\r\nID=3\r\nPOSITION=0 0 10 10\r\nSTYLE=WS_VISIBLE \r\n"
-                                  "TABENABLED=1\r\nTABGROUP=2\r\n\r\n"
-                                  "[WINDOW]\r\nID=1\r\nPOSITION=0 20 10 10\r\nSTYLE=WS_VISIBLE \r\n"
-                                  "TABENABLED=1\r\nTABGROUP=1\r\n\r\n"
-                                  "[WINDOW]\r\nID=2\r\nPOSITION=0 40 10 10\r\nSTYLE=WS_VISIBLE \r\n"
-                                  "TABENABLED=1\r\nTABGROUP=1\r\n\r\n"
-                                  "[WINDOW]\r\nID=4\r\nPOSITION=0 60 10 10\r\nSTYLE=WS_VISIBLE \r\n"
-                                  "TABGROUP=0\r\n")));
-    SWnd* a = dialog.FindById(1);
-    SWnd* b = dialog.FindById(2);
-    SWnd* c = dialog.FindById(3);
+    ASSERT_TRUE(dialog.Build(Text("STYLE=WS_VISIBLE WS_CAPTION \r\n", controls.Text())));
     EXPECT_EQ(dialog.FindById(4)->GetTabGroup(), -1);
-    EXPECT_EQ(c->GetTabGroup(), 2);
-    a->SetFocus();
-    SWnd* at = a;
-    for (SWnd* next : {b, c, a}) {
+    SWnd* at = dialog.FindById(1);
+    at->SetFocus();
+    for (int next : {2, 3, 1}) {
         at->Send(WM_KEYDOWN, VK_TAB, 0);
-        EXPECT_EQ(GetFocus(), next->GetHandle()) << next->GetId();
-        at = next;
+        EXPECT_EQ(GetFocus(), dialog.FindById(next)->GetHandle()) << next;
+        at = dialog.FindById(next);
     }
 }
 

@@ -16,6 +16,11 @@
 // The description file (".upd") written by Update.exe's make mode holds two
 // lines: the version text and the package size in bytes. The package (".bin")
 // lies beside it under the same title; PackageUrlFor derives its address.
+//
+// The application path reaches Update.exe as ProbePath gives it: the full
+// path of the executable as the system reports it for a running process,
+// backslashes only. Update.exe compares it with the running programs as text,
+// so any other spelling of the same file would not be waited for.
 #pragma once
 
 #include <windows.h>
@@ -149,8 +154,36 @@ public:
         return true;
     }
 
+    // The application path in the form Update.exe's process probe sees for a
+    // running executable: a full path, backslashes only, long names (no 8.3
+    // parts). The probe compares paths as text, ignoring only letter case, so
+    // "C:/App/app.exe" or "APP~1.EXE" would never be found running and the
+    // update would be installed over the live program. A null or empty path
+    // stands for the calling program's own executable. A path the system
+    // cannot make full is passed with its "/" turned into "\\".
+    static std::string ProbePath(const char* applicationPath)
+    {
+        char path[MAX_PATH];
+        DWORD length = 0;
+        if (!applicationPath || !*applicationPath)
+            length = GetModuleFileNameA(nullptr, path, MAX_PATH);
+        else
+            length = GetFullPathNameA(applicationPath, MAX_PATH, path, nullptr);
+        if (length == 0 || length >= MAX_PATH) {
+            std::string text(applicationPath ? applicationPath : "");
+            for (char& c : text)
+                c = c == '/' ? '\\' : c;
+            return text;
+        }
+        // Only an existing file has a long form; otherwise the full form stays.
+        char longPath[MAX_PATH];
+        length = GetLongPathNameA(path, longPath, MAX_PATH);
+        return length > 0 && length < MAX_PATH ? longPath : path;
+    }
+
     // The whole command line: the updater path and the four arguments
     // (package size, package address, destination folder, application path).
+    // The application path is passed as ProbePath gives it.
     static bool BuildCommandLine(const char* updaterPath, unsigned long size,
                                  const char* packageUrl, const char* destinationFolder,
                                  const char* applicationPath, std::string* out)
@@ -159,13 +192,15 @@ public:
         wsprintfA(number, "%lu", size);
         out->clear();
         return QuoteArgument(updaterPath, out) && Append(number, out) && Append(packageUrl, out) &&
-            Append(destinationFolder, out) && Append(applicationPath, out);
+            Append(destinationFolder, out) && Append(ProbePath(applicationPath).c_str(), out);
     }
 
-    // Starts Update.exe in install mode. On true the caller must exit at once:
-    // the updater waits at most 10 s for the application's executable to be
-    // unloaded, and installs nothing if it is still loaded then. False when an
-    // argument cannot be quoted or the process cannot be started.
+    // Starts Update.exe in install mode; applicationPath (null: this program)
+    // is the executable to wait for and start again. On true the caller must
+    // exit at once: the updater waits at most 10 s for the application's
+    // executable to be unloaded, and installs nothing if it is still loaded
+    // then. False when an argument cannot be quoted or the process cannot be
+    // started.
     static bool StartUpdater(const char* updaterPath, unsigned long size, const char* packageUrl,
                              const char* destinationFolder, const char* applicationPath)
     {
