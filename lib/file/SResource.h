@@ -102,6 +102,12 @@ public:
 private:
     // True while the path is a folder: the object is a writer.
     bool IsWriter() const;
+    // Write's parts: the stored and compressed entries, and one entry's
+    // length field and name after the progress report and the 2 GB check
+    // (dataBound is the most bytes its data can take).
+    bool WriteStored(SFile* destination);
+    bool WriteCompressed(SFile* destination);
+    bool WriteRecord(SFile* destination, int index, uint32_t size, int64_t dataBound);
     // Extracts entry index (of a reader or a writer) into destination.
     bool ExtractEntry(SFile* destination, int index, bool rewind);
     // Reports thousandths of count done, done being whole entries plus a
