@@ -9,9 +9,10 @@
 // threads do nothing but compress. Threads and buffers live as long as the
 // object: one packer serves every file of a package.
 //
-// Memory is bounded by the slots: kSlots chunks of raw and packed bytes. If
-// no thread can be started, the caller packs each chunk itself when it takes
-// it. Nothing throws.
+// Memory is bounded by the slots: two chunks of raw and packed bytes per
+// helper and two more (about 1.3 MB with two processors), plus one deflate
+// state per helper. If no thread can be started, the caller packs each chunk
+// itself when it takes it. Nothing throws.
 #pragma once
 
 #include <condition_variable>
@@ -26,7 +27,6 @@ public:
         kPacked = 110012,   // packed bytes per chunk, at most (above zlib's bound)
         kHeader = 8,        // raw length + packed length, 32-bit little-endian
         kMaxThreads = 8,
-        kSlots = 3 * kMaxThreads,
     };
 
     SFilePacker();
