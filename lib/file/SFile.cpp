@@ -425,7 +425,9 @@ int SFile::Uncompress(SFile* destination, int value)
             stream.avail_in = packedLength;
             stream.next_out = output.get();
             stream.avail_out = rawLength;
-            inflate(&stream, Z_NO_FLUSH);
+            // Finishing in one call spares the copy of the output into the
+            // window that a stream expecting more calls would keep.
+            inflate(&stream, Z_FINISH);
         } else {
             uLongf length = rawLength;
             uncompress(output.get(), &length, packed, packedLength);
