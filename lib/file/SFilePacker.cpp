@@ -181,27 +181,6 @@ void SFilePacker::ReleaseOldest()
     m_inFlight--;
 }
 
-void SFilePacker::Clear()
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    for (Slot& slot : m_slots) {
-        if (slot.state == Slot::kWaiting)
-            slot.state = Slot::kFree;
-    }
-    // A chunk in a helper's hands still points at the caller's memory.
-    m_wakeCaller.wait(lock, [&] {
-        for (const Slot& slot : m_slots) {
-            if (slot.state == Slot::kTaken)
-                return false;
-        }
-        return true;
-    });
-    for (Slot& slot : m_slots)
-        slot.state = Slot::kFree;
-    m_oldest = 0;
-    m_inFlight = 0;
-}
-
 // The waiting chunk handed over first, now marked as taken; null when none.
 SFilePacker::Slot* SFilePacker::Claim()
 {

@@ -48,8 +48,6 @@ public:
     // which is RawBuffer() or memory that stays unchanged until the chunk is
     // taken back. False when no slot is free.
     bool Submit(const unsigned char* input, int rawLength);
-    // Chunks handed over and not yet released.
-    int InFlight() const { return m_inFlight; }
     // Waits for the oldest chunk in flight and returns its packed form: the
     // 8-byte header followed by the zlib stream; *length is the whole size.
     // Null when nothing is in flight, or when the oldest slot was never
@@ -57,8 +55,6 @@ public:
     const unsigned char* TakeOldest(int* length);
     // Frees the slot of the chunk TakeOldest returned.
     void ReleaseOldest();
-    // Drops every chunk in flight (waiting for those being packed).
-    void Clear();
 
 private:
     struct Slot;
