@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Packs and unpacks a corpus of real Windows binaries with UpdatePack (under
-# Wine) and, in the same run, with tar | pigz -6 -p 2, zip -r -6 and unzip;
-# then packs one 1 GB file of mixed data with UpdatePack. Prints wall time and
-# peak memory of every run and the ratios against the peer tools.
+# Packs and unpacks two corpora with UpdatePack (under Wine) and, in the same
+# run, with tar | pigz -6 -p 2, zip -r -6 and unzip: real Windows binaries,
+# and the same binaries plus 100 MB of random bytes standing for media. Then
+# packs one 1 GB file of mixed data with UpdatePack. Prints wall time, CPU
+# time and peak memory of every run and the wall and CPU ratios against the
+# peer tools.
 #
 #   bench/pack.sh [--all]
 #
@@ -91,52 +93,74 @@ for dll in /usr/lib/x86_64-linux-gnu/wine/i386-windows/*.dll \
     esac
     total=$((total + $(stat -c %s "$dll")))
 done
-files=$(find "$work/corpus" -type f | wc -l)
-echo "corpus: $files DLLs, $((total / 1024 / 1024)) MB; $(nproc) cores; $(wine --version 2>/dev/null)"
+echo "DLLs: $((total / 1024 / 1024)) MB"
 cat "$work"/corpus/*/* >/dev/null
 
-echo
-echo "load average: $(cut -d' ' -f1-3 /proc/loadavg)"
-echo "run                        wall        CPU      peak RSS"
+echo "$(nproc) cores; $(wine --version 2>/dev/null); load average: $(cut -d' ' -f1-3 /proc/loadavg)"
 mkdir -p "$work/pkg"
+echo "run                        wall        CPU      peak RSS"
 measure wine-startup wine "$pack" --help
-measure updatepack-pack wine "$pack" make "$(winpath "$work/corpus")" \
-    "$(winpath "$work/pkg/corpus.upd")" --stats
-measure pigz-pack bash -c "rm -f '$work/corpus.tar.gz'; tar -cf - -C '$work/corpus' . | pigz -6 -p 2 >'$work/corpus.tar.gz'"
-measure zip-pack bash -c "rm -f '$work/corpus.zip'; cd '$work/corpus' && zip -q -r -6 '$work/corpus.zip' ."
-measure updatepack-extract bash -c "rm -rf '$work/out-pack'; wine '$pack' extract \
-    '$(winpath "$work/pkg/corpus.bin")' '$(winpath "$work/out-pack")' --stats"
-measure unzip-extract bash -c "rm -rf '$work/out-zip'; unzip -q '$work/corpus.zip' -d '$work/out-zip'"
-measure pigz-extract bash -c "rm -rf '$work/out-tar'; mkdir -p '$work/out-tar' && pigz -dc -p 2 '$work/corpus.tar.gz' | tar -xf - -C '$work/out-tar'"
-measure updatepack-verify wine "$pack" verify "$(winpath "$work/pkg/corpus.bin")"
-diff -r "$work/corpus" "$work/out-pack" >/dev/null || { echo "bench: the unpacked copy differs" >&2; exit 1; }
-
-bin=$(stat -c %s "$work/pkg/corpus.bin")
-gz=$(stat -c %s "$work/corpus.tar.gz")
-zp=$(stat -c %s "$work/corpus.zip")
 startup=${wall[wine-startup]}
-echo
-echo "sizes: package $bin, tar.gz $gz, zip $zp bytes (of $total)"
-echo "UpdatePack's own figures (inside Wine):"
-grep -h "files,\|peak" "$work/updatepack-pack.best.out" "$work/updatepack-pack.best.err" | sed 's/^/  pack:    /'
-grep -h "files,\|peak" "$work/updatepack-extract.best.out" "$work/updatepack-extract.best.err" | sed 's/^/  extract: /'
-echo
-echo "ratios (wall time; 'net' subtracts Wine's start-up of ${startup} s):"
-echo "  pack    UpdatePack / pigz -6 -p 2: $(ratio "${wall[updatepack-pack]}" "${wall[pigz-pack]}")" \
-     " net $(ratio "$(minus "${wall[updatepack-pack]}" "$startup")" "${wall[pigz-pack]}")" \
-     "  (target <= 1.0)"
-echo "  pack    UpdatePack / zip -6:        $(ratio "${wall[updatepack-pack]}" "${wall[zip-pack]}")"
-echo "  extract UpdatePack / unzip:         $(ratio "${wall[updatepack-extract]}" "${wall[unzip-extract]}")" \
-     " net $(ratio "$(minus "${wall[updatepack-extract]}" "$startup")" "${wall[unzip-extract]}")" \
-     "  (target <= 1.0)"
-echo "  size    package / tar.gz:           $(ratio "$bin" "$gz")"
-echo "ratios of CPU time (less sensitive to other load on the machine):"
-echo "  pack    UpdatePack / pigz:          $(ratio "${cpu[updatepack-pack]}" "${cpu[pigz-pack]}")"
-echo "  extract UpdatePack / unzip:         $(ratio "${cpu[updatepack-extract]}" "${cpu[unzip-extract]}")"
 
-# One large file of mixed data: binaries, random bytes and text.
+# bench_corpus LABEL: packs and unpacks $work/corpus with UpdatePack and the
+# peer tools, checks the unpacked copy and prints sizes and ratios.
+bench_corpus()
+{
+    local label=$1 files bytes
+    files=$(find "$work/corpus" -type f | wc -l)
+    bytes=$(du -sb "$work/corpus" | cut -f1)
+    echo
+    echo "corpus $label: $files files, $((bytes / 1024 / 1024)) MB"
+    rm -f "$work/pkg/corpus.upd" "$work/pkg/corpus.bin"
+    measure "$label-updatepack-pack" wine "$pack" make "$(winpath "$work/corpus")" \
+        "$(winpath "$work/pkg/corpus.upd")" --stats
+    measure "$label-pigz-pack" bash -c "rm -f '$work/corpus.tar.gz'; tar -cf - -C '$work/corpus' . | pigz -6 -p 2 >'$work/corpus.tar.gz'"
+    measure "$label-zip-pack" bash -c "rm -f '$work/corpus.zip'; cd '$work/corpus' && zip -q -r -6 '$work/corpus.zip' ."
+    measure "$label-updatepack-extract" bash -c "rm -rf '$work/out-pack'; wine '$pack' extract \
+        '$(winpath "$work/pkg/corpus.bin")' '$(winpath "$work/out-pack")' --stats"
+    measure "$label-unzip-extract" bash -c "rm -rf '$work/out-zip'; unzip -q '$work/corpus.zip' -d '$work/out-zip'"
+    measure "$label-pigz-extract" bash -c "rm -rf '$work/out-tar'; mkdir -p '$work/out-tar' && pigz -dc -p 2 '$work/corpus.tar.gz' | tar -xf - -C '$work/out-tar'"
+    diff -r "$work/corpus" "$work/out-pack" >/dev/null || { echo "bench: the unpacked copy differs" >&2; exit 1; }
+
+    local bin gz zp
+    bin=$(stat -c %s "$work/pkg/corpus.bin")
+    gz=$(stat -c %s "$work/corpus.tar.gz")
+    zp=$(stat -c %s "$work/corpus.zip")
+    echo "sizes: package $bin, tar.gz $gz, zip $zp bytes (of $bytes)"
+    echo "package sha1: $(sha1sum <"$work/pkg/corpus.bin" | cut -c1-40)"
+    grep -h "files,\|peak" "$work/$label-updatepack-pack.best.out" "$work/$label-updatepack-pack.best.err" | sed 's/^/  pack:    /'
+    grep -h "files,\|peak" "$work/$label-updatepack-extract.best.out" "$work/$label-updatepack-extract.best.err" | sed 's/^/  extract: /'
+    echo "ratios ('net' subtracts Wine's start-up of ${startup} s)    wall   net    CPU"
+    printf '  pack    UpdatePack / pigz -6 -p 2:  %6s %6s %6s  (target <= 1.0)\n' \
+        "$(ratio "${wall[$label-updatepack-pack]}" "${wall[$label-pigz-pack]}")" \
+        "$(ratio "$(minus "${wall[$label-updatepack-pack]}" "$startup")" "${wall[$label-pigz-pack]}")" \
+        "$(ratio "${cpu[$label-updatepack-pack]}" "${cpu[$label-pigz-pack]}")"
+    printf '  pack    UpdatePack / zip -6:        %6s %6s %6s\n' \
+        "$(ratio "${wall[$label-updatepack-pack]}" "${wall[$label-zip-pack]}")" \
+        "$(ratio "$(minus "${wall[$label-updatepack-pack]}" "$startup")" "${wall[$label-zip-pack]}")" \
+        "$(ratio "${cpu[$label-updatepack-pack]}" "${cpu[$label-zip-pack]}")"
+    printf '  extract UpdatePack / unzip:         %6s %6s %6s  (target <= 1.0)\n' \
+        "$(ratio "${wall[$label-updatepack-extract]}" "${wall[$label-unzip-extract]}")" \
+        "$(ratio "$(minus "${wall[$label-updatepack-extract]}" "$startup")" "${wall[$label-unzip-extract]}")" \
+        "$(ratio "${cpu[$label-updatepack-extract]}" "${cpu[$label-unzip-extract]}")"
+    echo "  size    package / tar.gz:           $(ratio "$bin" "$gz")"
+    rm -rf "$work/out-pack" "$work/out-zip" "$work/out-tar" "$work/corpus.zip" "$work/corpus.tar.gz"
+}
+
+bench_corpus dlls
+# The same binaries with media: 100 MB of random bytes in ten files, which
+# deflate cannot shrink.
+mkdir -p "$work/corpus/media"
+for i in 0 1 2 3 4 5 6 7 8 9; do
+    head -c 10M /dev/urandom >"$work/corpus/media/clip$i.bin"
+done
+bench_corpus media
+
+# One large file of mixed data: binaries, random bytes and text (LARGE=0
+# leaves it out).
+[[ "${LARGE:-1}" == 0 ]] && exit 0
 echo
-rm -rf "$work/out-pack" "$work/out-zip" "$work/out-tar" "$work/corpus.zip" "$work/corpus.tar.gz"
+rm -rf "$work/corpus/media"
 mkdir -p "$work/large" "$work/pkg1g"
 # (The writers of each pipe end early on purpose: SIGPIPE is expected.)
 {

@@ -2,6 +2,8 @@
 
 #include <direct.h>
 #include <errno.h>
+#include <limits.h>
+#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -110,8 +112,13 @@ uint32_t SDisk::FileSizeByStream(const char* path)
     Stream stream(path, "rb");
     if (!stream.Get())
         return 0xFFFFFFFFu;
-    fseek(stream.Get(), 0, SEEK_END);
-    return (uint32_t)ftell(stream.Get());
+    // Measured in 64 bits: a 32-bit position wraps from 4 GB on. Sizes from
+    // 2 GB on are beyond the files' signed positions and count as
+    // unmeasurable.
+    if (_fseeki64(stream.Get(), 0, SEEK_END) != 0)
+        return 0xFFFFFFFFu;
+    int64_t size = _ftelli64(stream.Get());
+    return size < 0 || size > INT_MAX ? 0xFFFFFFFFu : (uint32_t)size;
 }
 
 uint32_t SDisk::FileSize(const char* path)

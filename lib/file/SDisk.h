@@ -36,7 +36,8 @@ public:
     // in the buffer. False for a null or empty path or one not found.
     bool Exists(const char* path);
     // The size found by opening the file "rb" and seeking to its end;
-    // 0xFFFFFFFF for a null or empty path or a file that cannot be opened.
+    // 0xFFFFFFFF for a null or empty path, a file that cannot be opened, or
+    // one of 2 GB or more (measured in 64 bits, so 4 GB and more never wrap).
     uint32_t FileSizeByStream(const char* path);
     // The size of the file opened read-only as a disk file; 0 when it cannot
     // be opened or sized.

@@ -5,20 +5,19 @@
 #include <string.h>
 #include <zlib.h>
 
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <new>
-#include <thread>
+
+#include "SFilePacker.h"
 
 namespace {
 
 // The chunk stream: raw chunks of at most kChunk bytes, each packed into at
 // most kPacked bytes (more than zlib's bound for kChunk, so compress always
 // fits).
-const int kChunk = 100000;
-const int kPacked = 110012;
-const int kHeader = 8;   // raw length + packed length
+const int kChunk = SFilePacker::kChunk;
+const int kPacked = SFilePacker::kPacked;
+const int kHeader = SFilePacker::kHeader;
 
 const int kCopyBlock = 1000;
 const int kFillBlock = 100;
@@ -99,138 +98,6 @@ SString ReadInto(SFile& file, int length)
     text.SetLength(done, true);
     return text;
 }
-
-// The buffers of one chunk on its way through Compress. input points at raw or,
-// for a memory-backed source, straight into the source's bytes.
-struct _SChunk {
-    enum { kIdle, kWaiting, kTaken, kDone };
-
-    unsigned char* raw = nullptr;      // owned; kChunk bytes
-    unsigned char* packed = nullptr;   // owned; header + kPacked bytes
-    const unsigned char* input = nullptr;
-    int rawLength = 0;
-    int packedLength = 0;   // header included
-    int index = 0;          // the chunk's number in the stream
-    int state = kIdle;      // guarded by the packer's mutex
-
-    ~_SChunk()
-    {
-        delete[] raw;
-        delete[] packed;
-    }
-    bool Allocate(bool needRaw)
-    {
-        // Zeroed, so a failing compress never sends uninitialised bytes.
-        packed = new (std::nothrow) unsigned char[kHeader + kPacked]();
-        if (needRaw)
-            raw = new (std::nothrow) unsigned char[kChunk]();
-        return packed && (raw || !needRaw);
-    }
-    void Pack()
-    {
-        uLongf length = kPacked;
-        // The result code is not examined: compress sets length to what it
-        // wrote, and the buffer is large enough for any chunk.
-        compress(packed + kHeader, &length, input, (uLong)rawLength);
-        PutLE32(packed, (uint32_t)rawLength);
-        PutLE32(packed + 4, (uint32_t)length);
-        packedLength = kHeader + (int)length;
-    }
-};
-
-// A few chunk slots shared by the caller and at most one helper thread.
-// Chunks are packed by whichever thread is free, lowest number first; the
-// caller alone reads the source, reports progress and writes the chunks, in
-// order, so the output and the callbacks are those of a single thread.
-class _SPacker {
-public:
-    enum { kSlots = 4 };
-
-    _SChunk slots[kSlots];
-
-    ~_SPacker()
-    {
-        if (!m_helper.joinable())
-            return;
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_quit = true;
-        }
-        m_wakeHelper.notify_one();
-        m_helper.join();   // waits for a chunk being packed
-    }
-    // False when no thread can be started; the caller then packs alone.
-    bool StartHelper()
-    {
-        try {
-            m_helper = std::thread(&_SPacker::Run, this);
-        } catch (...) {
-            return false;
-        }
-        return true;
-    }
-    // Hands a filled slot over for packing.
-    void Offer(_SChunk& chunk)
-    {
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            chunk.state = _SChunk::kWaiting;
-        }
-        m_wakeHelper.notify_one();
-    }
-    // Returns once chunk is packed, packing waiting chunks meanwhile.
-    void Finish(_SChunk& chunk)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        while (chunk.state != _SChunk::kDone) {
-            _SChunk* job = Claim();
-            if (!job) {
-                m_wakeCaller.wait(lock);
-                continue;
-            }
-            lock.unlock();
-            job->Pack();
-            lock.lock();
-            job->state = _SChunk::kDone;
-        }
-        chunk.state = _SChunk::kIdle;
-    }
-
-private:
-    // The lowest-numbered chunk waiting to be packed, now marked as taken.
-    _SChunk* Claim()
-    {
-        _SChunk* best = nullptr;
-        for (_SChunk& chunk : slots) {
-            if (chunk.state == _SChunk::kWaiting && (!best || chunk.index < best->index))
-                best = &chunk;
-        }
-        if (best)
-            best->state = _SChunk::kTaken;
-        return best;
-    }
-    void Run()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        for (;;) {
-            _SChunk* job = nullptr;
-            m_wakeHelper.wait(lock, [&] { return m_quit || (job = Claim()) != nullptr; });
-            if (!job)
-                return;
-            lock.unlock();
-            job->Pack();
-            lock.lock();
-            job->state = _SChunk::kDone;
-            m_wakeCaller.notify_one();
-        }
-    }
-
-    std::thread m_helper;
-    std::mutex m_mutex;
-    std::condition_variable m_wakeHelper;
-    std::condition_variable m_wakeCaller;
-    bool m_quit = false;
-};
 
 }   // namespace
 
@@ -441,56 +308,57 @@ int SFile::Compress(SFile* destination, int count, int value)
 
     const int chunks = count / kChunk + (count % kChunk ? 1 : 0);
     const bool inPlace = IsMemory() && GetMemory();
-    const int slotCount = chunks < _SPacker::kSlots ? chunks : _SPacker::kSlots;
-    std::unique_ptr<_SPacker> packer(new (std::nothrow) _SPacker);
-    if (!packer)
+    SFilePacker packer;
+    if (!packer.Prepare(chunks > 1))
         return 0;
-    for (int i = 0; i < slotCount; i++) {
-        if (!packer->slots[i].Allocate(!inPlace))
-            return 0;
-    }
-    if (chunks > 1)
-        packer->StartHelper();
 
     const int start = Tell();
     unsigned char header[4];
     PutLE32(header, (uint32_t)chunks);
-    int written = destination->Write(header, 4);
+    int64_t written = destination->Write(header, 4);
 
     int read = 0;   // chunks handed to the packer
     for (int done = 0; done < chunks; done++) {
-        // Keep every slot filled, so both threads find work.
-        for (; read < chunks && read < done + slotCount; read++) {
-            _SChunk& chunk = packer->slots[read % slotCount];
-            int offset = read * kChunk;
-            chunk.index = read;
-            chunk.rawLength = count - offset < kChunk ? count - offset : kChunk;
+        // Keep every slot filled, so the helpers find work.
+        for (; read < chunks && packer.CanSubmit(); read++) {
+            int64_t offset = (int64_t)read * kChunk;
+            int rawLength = count - offset < kChunk ? (int)(count - offset) : kChunk;
+            const unsigned char* input;
             if (inPlace) {
-                chunk.input = GetMemory() + Tell();
-                Skip(chunk.rawLength);
+                input = GetMemory() + Tell();
+                Skip(rawLength);
             } else {
-                int n = Read(chunk.raw, chunk.rawLength);
+                unsigned char* raw = packer.RawBuffer();
+                if (!raw)
+                    return 0;
+                int n = Read(raw, rawLength);
                 if (n < 0)
                     n = 0;
                 // A source that comes up short sends zeros for what it lacks.
-                memset(chunk.raw + n, 0, (size_t)(chunk.rawLength - n));
-                chunk.input = chunk.raw;
+                memset(raw + n, 0, (size_t)(rawLength - n));
+                input = raw;
             }
-            packer->Offer(chunk);
+            packer.Submit(input, rawLength);
         }
-        _SChunk& chunk = packer->slots[done % slotCount];
-        packer->Finish(chunk);
+        int length = 0;
+        const unsigned char* packed = packer.TakeOldest(&length);
+        if (!packed)
+            return 0;
         int64_t offset = (int64_t)done * kChunk;
         if (m_compressProgress && !m_compressProgress((int)(offset * 1000 / count), value)) {
             // Leave the source where one chunk at a time would have.
             Seek(ClampToInt(start + offset));
             return 0;
         }
-        written += destination->Write(chunk.packed, chunk.packedLength);
+        written += destination->Write(packed, length);
+        packer.ReleaseOldest();
     }
-    return written;
+    return ClampToInt(written);
 }
 
+// Inflates with one stream for the whole call, reset for each chunk: the
+// bytes are those uncompress gives, without setting up and freeing the
+// inflate state once per chunk.
 int SFile::Uncompress(SFile* destination, int value)
 {
     if (!destination || destination == this)
@@ -506,6 +374,16 @@ int SFile::Uncompress(SFile* destination, int value)
     if (!output)
         return 0;
     std::unique_ptr<unsigned char[]> input;   // only for sources read by copy
+    z_stream stream = {};
+    const bool streamReady = inflateInit(&stream) == Z_OK;
+    struct End {
+        z_stream* stream;
+        ~End()
+        {
+            if (stream)
+                inflateEnd(stream);
+        }
+    } end = {streamReady ? &stream : nullptr};
 
     int written = 0;
     // Every pass consumes a header of 8 bytes or ends the loop, so a huge
@@ -519,6 +397,9 @@ int SFile::Uncompress(SFile* destination, int value)
         uint32_t rawLength = GetLE32(header);
         uint32_t packedLength = GetLE32(header + 4);
         if (rawLength > (uint32_t)kChunk || packedLength > (uint32_t)kPacked)
+            break;
+        // Output past 2 GB is beyond the result's range: the stream ends.
+        if (rawLength > (uint32_t)(INT_MAX - written))
             break;
         const unsigned char* packed;
         if (IsMemory() && GetMemory()) {
@@ -536,10 +417,21 @@ int SFile::Uncompress(SFile* destination, int value)
                 break;
             packed = input.get();
         }
-        uLongf length = rawLength;
         // The result is not examined: the chunk is written at its raw length
         // whatever zlib managed to produce.
-        uncompress(output.get(), &length, packed, packedLength);
+        if (streamReady) {
+            inflateReset(&stream);
+            stream.next_in = (Bytef*)packed;
+            stream.avail_in = packedLength;
+            stream.next_out = output.get();
+            stream.avail_out = rawLength;
+            // Finishing in one call spares the copy of the output into the
+            // window that a stream expecting more calls would keep.
+            inflate(&stream, Z_FINISH);
+        } else {
+            uLongf length = rawLength;
+            uncompress(output.get(), &length, packed, packedLength);
+        }
         written += destination->Write(output.get(), (int)rawLength);
     }
     return written;

@@ -113,10 +113,11 @@ public:
     // 0 and writes nothing for a null destination, the file itself as
     // destination, or 0 bytes to compress; returns 0 when the progress
     // callback stops it (the bytes already written stay, and this file's
-    // position is left after the last chunk written). A source that delivers
-    // fewer bytes than it reported has the missing bytes sent as zeros.
-    // Memory is bounded by the chunk buffers; independent chunks may be
-    // packed on one helper thread, the output is the same.
+    // position is left after the last chunk written), or when memory runs
+    // out. A source that delivers fewer bytes than it reported has the
+    // missing bytes sent as zeros. Memory is bounded by the chunk buffers;
+    // independent chunks are packed on helper threads (SFilePacker), the
+    // output is the same. A total past INT_MAX reads as INT_MAX.
     int Compress(SFile* destination, int count = -1, int value = 0);
     // Reads a chunk stream from the current position and writes the raw
     // bytes to destination. Returns the bytes written: 0 for a null
@@ -125,8 +126,9 @@ public:
     // already written stay). Corrupt data ends the stream at the chunk where
     // it shows, with nothing more written: a header that cannot be read whole,
     // a raw length above 100000, a packed length above 110012 or packed bytes
-    // that end early. A chunk zlib cannot unpack is still written at its raw
-    // length (its bytes then are whatever zlib produced, or zeros).
+    // that end early; so does a chunk that would take the total past
+    // INT_MAX. A chunk zlib cannot unpack is still written at its raw length
+    // (its bytes then are whatever zlib produced, or zeros).
     int Uncompress(SFile* destination, int value = 0);
 
     // Progress callbacks, called before each chunk with the value given to

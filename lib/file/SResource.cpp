@@ -5,6 +5,9 @@
 #include <string.h>
 #include <zlib.h>
 
+#include <deque>
+
+#include "SFilePacker.h"
 #include "SFilePath.h"
 
 namespace {
@@ -103,61 +106,169 @@ bool SResource::Write(SFile* destination, bool compress)
     unsigned char mode[4] = {(unsigned char)(compress ? 1 : 0), 0, 0, 0};
     if (destination->WriteString("SRES", 4) != 4 || destination->Write(mode, 4) != 4)
         return false;
+    m_entryCount = m_index.GetCount();
+    if (compress ? !WriteCompressed(destination) : !WriteStored(destination))
+        return false;
+    unsigned char marker[4];
+    PutLE32(marker, SResourceIndex::kEndMarker);
+    return destination->Write(marker, 4) == 4;
+}
 
+bool SResource::WriteRecord(SFile* destination, int index, uint32_t size, int64_t dataBound)
+{
+    m_entryDone = index;
+    if (!Report(index, 0, m_entryCount))
+        return false;
+    // Every position in the archive must stay addressable, the end marker
+    // included, or the length back-patch would land in the wrong place.
+    const char* name = m_index.GetName(index);
+    int64_t nameBytes = (int64_t)strlen(name) + 1;
+    if (destination->Tell() + 4 + nameBytes + dataBound + 4 > INT_MAX)
+        return false;
+    unsigned char length[4];
+    PutLE32(length, size);
+    return destination->Write(length, 4) == 4 && destination->WriteString0(name) == (int)nameBytes;
+}
+
+bool SResource::WriteStored(SFile* destination)
+{
     const SString root = m_path.Full();
-    const int count = m_index.GetCount();
-    m_entryCount = count;
-    for (int i = 0; i < count; i++) {
-        m_entryDone = i;
-        if (!Report(i, 0, count))
-            return false;
-        const char* name = m_index.GetName(i);
-        SString path = root + name;
+    for (int i = 0; i < m_entryCount; i++) {
+        SString path = root + m_index.GetName(i);
         // 0xFFFFFFFF is a file that cannot be measured; from 2 GB on a size
         // no longer fits the archive's signed positions. Both are left out.
         uint32_t size = m_disk.FileSizeByStream(path.Text());
         if (size >= 0x80000000u)
             continue;
-        // Every position in the archive must stay addressable, the end marker
-        // included, or the length back-patch would land in the wrong place.
-        int64_t start = destination->Tell();
-        int64_t nameBytes = (int64_t)strlen(name) + 1;
-        if (start + 4 + nameBytes + DataBound(size, compress) + 4 > INT_MAX)
-            return false;
-        unsigned char length[4];
-        PutLE32(length, size);
-        if (destination->Write(length, 4) != 4 || destination->WriteString0(name) != (int)nameBytes)
+        if (!WriteRecord(destination, i, size, size))
             return false;
         // A file that cannot be opened ends the write after its record's
         // length and name, with no end marker.
         SFilePath source;
         if (!source.Open(path.Text(), false, false, true, true))
             return false;
-        if (!compress) {
-            // A file that changed size since it was measured would no longer
-            // match its length field.
-            if (destination->Copy(&source) != (int)size || source.Remaining() != 0)
+        // A file that changed size since it was measured would no longer
+        // match its length field.
+        if (destination->Copy(&source) != (int)size || source.Remaining() != 0)
+            return false;
+    }
+    return true;
+}
+
+namespace {
+
+// One entry of a compressed write between its measuring and its record.
+struct _SPlanned {
+    int index;
+    uint32_t size;   // as measured
+    int count;       // bytes to pack: the size of the file once open
+    int chunks;      // 0 for an empty file, which gets no stream
+    bool unopened;   // measured but could not be opened
+};
+
+}   // namespace
+
+// The files are read ahead of the writing, across entries, so the packer's
+// threads always have chunks in hand; the records and chunks are written in
+// order, each entry's length field patched once its stream is out. The bytes
+// are those of one SFile::Compress per file.
+bool SResource::WriteCompressed(SFile* destination)
+{
+    SFilePacker packer;
+    if (!packer.Prepare(true))
+        return false;
+    const SString root = m_path.Full();
+    std::deque<_SPlanned> planned;
+    SFilePath source;
+    int next = 0;         // the next entry to measure
+    int chunksLeft = 0;   // of the open source
+    int bytesLeft = 0;
+    bool readerDone = m_entryCount == 0;
+
+    // Measures and opens entries and hands over their chunks while slots are
+    // free. Empty entries take no slot; a few of them are planned at most.
+    auto readAhead = [&]() -> bool {
+        while (!readerDone && (chunksLeft > 0 ? packer.CanSubmit() : planned.size() < 64)) {
+            if (chunksLeft == 0) {
+                if (next >= m_entryCount) {
+                    readerDone = true;
+                    break;
+                }
+                int index = next++;
+                SString path = root + m_index.GetName(index);
+                uint32_t size = m_disk.FileSizeByStream(path.Text());
+                if (size >= 0x80000000u)
+                    continue;   // left out, as in stored mode
+                _SPlanned plan = {index, size, 0, 0, false};
+                if (!source.Open(path.Text(), false, false, true, true)) {
+                    plan.unopened = readerDone = true;
+                } else {
+                    plan.count = source.Remaining();
+                    plan.chunks = plan.count / kChunk + (plan.count % kChunk ? 1 : 0);
+                    chunksLeft = plan.chunks;
+                    bytesLeft = plan.count;
+                }
+                planned.push_back(plan);
+                continue;
+            }
+            unsigned char* raw = packer.RawBuffer();
+            if (!raw)
                 return false;
-            continue;
+            int rawLength = bytesLeft < kChunk ? bytesLeft : kChunk;
+            int n = source.Read(raw, rawLength);
+            if (n < 0)
+                n = 0;
+            // A file that comes up short sends zeros for what it lacks.
+            memset(raw + n, 0, (size_t)(rawLength - n));
+            packer.Submit(raw, rawLength);
+            bytesLeft -= rawLength;
+            if (--chunksLeft == 0)
+                source.Close();
         }
-        if (m_progress)
-            source.SetCompressProgress(ChunkProgress);
-        int dataStart = destination->Tell();
-        int written = source.Compress(destination, -1, i);
-        if (m_stopped)
+        return true;
+    };
+
+    for (;;) {
+        if (!readAhead())
             return false;
-        int end = destination->Tell();
-        if (end - dataStart != written)
+        if (planned.empty())
+            return true;
+        const _SPlanned plan = planned.front();
+        planned.pop_front();
+        uint32_t bound = plan.count > (int)plan.size ? (uint32_t)plan.count : plan.size;
+        int64_t start = destination->Tell();
+        if (!WriteRecord(destination, plan.index, plan.size, DataBound(bound, true)) ||
+            plan.unopened)
             return false;
+        int64_t written = 0;
+        if (plan.chunks > 0) {
+            unsigned char header[4];
+            PutLE32(header, (uint32_t)plan.chunks);
+            if (destination->Write(header, 4) != 4)
+                return false;
+            written = 4;
+        }
+        for (int chunk = 0; chunk < plan.chunks; chunk++) {
+            if (!readAhead())
+                return false;
+            int length = 0;
+            const unsigned char* packed = packer.TakeOldest(&length);
+            int64_t offset = (int64_t)chunk * kChunk;
+            if (!packed || !Report(plan.index, (int)(offset * 1000 / plan.count), m_entryCount) ||
+                destination->Write(packed, length) != length)
+                return false;
+            packer.ReleaseOldest();
+            written += length;
+        }
         // The length field held the raw size; it gets the stream's size.
+        int end = destination->Tell();
+        unsigned char length[4];
         PutLE32(length, (uint32_t)written);
-        if (destination->Seek((int)start) != (int)start || destination->Write(length, 4) != 4 ||
+        if (end != start + 4 + (int64_t)strlen(m_index.GetName(plan.index)) + 1 + written ||
+            destination->Seek((int)start) != (int)start || destination->Write(length, 4) != 4 ||
             destination->Seek(end) != end)
             return false;
     }
-    unsigned char marker[4];
-    PutLE32(marker, SResourceIndex::kEndMarker);
-    return destination->Write(marker, 4) == 4;
 }
 
 bool SResource::Open(const char* path, int startOffset)

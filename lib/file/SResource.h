@@ -52,8 +52,12 @@ public:
     // "SRES", the mode word (1 with compress, else 0), one record per added
     // file in order, the end marker. A file that cannot be measured when its
     // turn comes (gone, or 2 GB and more) is left out silently and stays in
-    // the list. Compressed data is read straight from the disk file, chunk by
-    // chunk. False for a null destination or no root folder; false at once,
+    // the list. Compressed data is read straight from the disk files, chunk
+    // by chunk, ahead of the writing and across files, while one SFilePacker
+    // (threads and buffers for the whole archive) packs it; the bytes are
+    // those of SFile::Compress file by file. Files are measured and opened
+    // ahead, so the progress report of an entry comes after that in compress
+    // mode. False for a null destination or no root folder; false at once,
     // leaving what was written and no end marker, when a measured file cannot
     // be opened, the destination refuses bytes or would pass 2 GB, or the
     // progress callback stops it.
@@ -102,6 +106,12 @@ public:
 private:
     // True while the path is a folder: the object is a writer.
     bool IsWriter() const;
+    // Write's parts: the stored and compressed entries, and one entry's
+    // length field and name after the progress report and the 2 GB check
+    // (dataBound is the most bytes its data can take).
+    bool WriteStored(SFile* destination);
+    bool WriteCompressed(SFile* destination);
+    bool WriteRecord(SFile* destination, int index, uint32_t size, int64_t dataBound);
     // Extracts entry index (of a reader or a writer) into destination.
     bool ExtractEntry(SFile* destination, int index, bool rewind);
     // Reports thousandths of count done, done being whole entries plus a

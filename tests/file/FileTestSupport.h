@@ -17,11 +17,14 @@ public:
     SFileMem inner;
     int readLimit = 1 << 30;   // most bytes one Read delivers
     int writeLimit = -1;       // total bytes accepted; -1 = no limit
+    bool discard = false;      // accept every write and keep nothing
 
     bool IsOpen() const override { return inner.IsOpen(); }
     void Close() override { inner.Close(); }
     int Write(const void* buffer, int count) override
     {
+        if (discard)
+            return count;
         if (writeLimit >= 0 && count > writeLimit - inner.Size())
             count = writeLimit - inner.Size();
         return inner.Write(buffer, count);

@@ -30,12 +30,10 @@ TEST(SFileMemTest, CapacityWritesSeeksAndReads)
     EXPECT_EQ(file.WriteString("SRES", -1), 4);
     EXPECT_EQ(file.WriteString0("ab"), 3);
     EXPECT_EQ(file.WriteLine(""), 2);
-    EXPECT_EQ(file.Write("zz", 0), 0);
     EXPECT_EQ(Contents(file), std::string("SRESab\0\r\n", 9));
     EXPECT_EQ(file.Seek(-5), 9);
     EXPECT_EQ(file.Seek(10), 9);
     EXPECT_EQ(file.Skip(-4), 5);
-    EXPECT_EQ(file.Remaining(), 4);
     char buffer[8];
     memset(buffer, '#', sizeof(buffer));
     EXPECT_EQ(file.Read(buffer, 8), 4);
@@ -53,9 +51,6 @@ TEST(SFileMemTest, CapacityWritesSeeksAndReads)
     file.Seek(1020);
     EXPECT_EQ(file.Write(file.GetData(), 8), 8);
     EXPECT_EQ(Contents(file).substr(1020), std::string("SR\0\0\0\0\0\0", 8));
-    file.Close();
-    EXPECT_EQ(file.Size(), 0);
-    EXPECT_TRUE(file.IsEnd());
 }
 
 TEST(SFileTest, LinesStringsAndText)
@@ -167,14 +162,12 @@ TEST(SFileTest, CopyAndFill)
         EXPECT_EQ(target.Copy(source, 300), 300);
         EXPECT_EQ(source->Tell(), 2300);
     }
-    EXPECT_EQ(target.Copy(&target), 0);
     full.writeLimit = 1500;   // a destination that fills up ends the copy
     memory.Rewind();
     EXPECT_EQ(full.Copy(&memory), 1500);
 
     EXPECT_EQ(target.Fill('z', 250), 250);
     EXPECT_EQ(Contents(target).substr(2700), std::string(250, 'z'));
-    EXPECT_EQ(target.Fill('z', -4), 0);
     // A short block stops the fill; its requested size still counts.
     full.inner.Close();
     full.writeLimit = 130;
@@ -183,7 +176,8 @@ TEST(SFileTest, CopyAndFill)
 
 TEST(SFileCompressTest, RoundTripsMatchZlibChunkByChunk)
 {
-    for (int size : {0, 1, 99999, 100000, 100001, 250000}) {
+    // 1.5 MB runs through more chunks than the packer has slots.
+    for (int size : {0, 1, 99999, 100000, 100001, 250000, 1500000}) {
         std::string raw = MixedData(size, (uint32_t)size + 11);
         for (bool copy : {false, true}) {
             SCOPED_TRACE(testing::Message() << size << (copy ? " by copy" : " in memory"));
@@ -213,9 +207,6 @@ TEST(SFileCompressTest, RoundTripsMatchZlibChunkByChunk)
     EXPECT_TRUE(Contents(part) == ChunkStream(raw.substr(50000, 150000)));
     source.Compress(&rest, 1 << 30);
     EXPECT_TRUE(Contents(rest) == ChunkStream(raw.substr(200000)));
-    source.Rewind();
-    EXPECT_EQ(source.Compress(&source), 0);
-    EXPECT_EQ(source.Compress(nullptr), 0);
 }
 
 // The offset behind the first chunks of a stream.
@@ -322,6 +313,15 @@ TEST(SFileCompressTest, CorruptStreamsEndEarly)
         EXPECT_EQ(out, std::string(1000, '\0'));
         EXPECT_EQ(UncompressText(one + Chunk(1000, 50, "short"), copy), 0);
     }
+    // Empty chunks of full raw length: the total stops short of INT_MAX.
+    std::string huge = LE32(30000);
+    for (int i = 0; i < 30000; i++)
+        huge += Chunk(100000, 0);
+    SFileMem packed;
+    StreamFile sink;
+    sink.discard = true;
+    Put(packed, huge);
+    EXPECT_EQ(packed.Uncompress(&sink), 21474 * 100000);
 }
 
 }   // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "FileTestSupport.h"
+#include "file/SDisk.h"
 #include "file/SFilePath.h"
 
 namespace {
@@ -35,31 +36,32 @@ protected:
 
 TEST_F(SResourceTest, WritesExactBytesAndRoundTripsInBothModes)
 {
-    // Chunk boundaries on both sides of 100000, an empty file in the middle
-    // and another as the very last entry, nested folders.
-    const int sizes[] = {1, 99999, 100000, 0, 100001, 250000, 0};
+    // Chunk boundaries on both sides of 100000, more chunks than the packer
+    // has slots, an empty file in the middle and another as the very last
+    // entry, nested folders.
+    const int sizes[] = {1, 99999, 100000, 0, 100001, 1500000, 250000, 0};
     const char* names[] = {"one",           "a\\b\\ninetynine", "a\\hundred.k", "empty",
-                           "a\\b\\c\\over", "big.dat",          "z\\last-empty"};
-    for (int i = 0; i < 7; i++)
+                           "a\\b\\c\\over", "big.dat",          "bigger.dat",   "z\\last-empty"};
+    for (int i = 0; i < 8; i++)
         Put(std::string("src\\") + names[i], MixedData(sizes[i], i));
     for (bool compress : {false, true}) {
         SCOPED_TRACE(compress ? "compressed" : "stored");
         std::string expected = "SRES" + LE32(compress ? 1 : 0);
-        for (int i = 0; i < 7; i++) {
+        for (int i = 0; i < 8; i++) {
             std::string raw = MixedData(sizes[i], i);
             expected += Record(names[i], compress ? ChunkStream(raw) : raw);
         }
         expected += kEnd;
-        ASSERT_EQ(Pack(std::vector<std::string>(names, names + 7), compress), expected);
+        ASSERT_EQ(Pack(std::vector<std::string>(names, names + 8), compress), expected);
 
         SResource reader;
         ASSERT_TRUE(reader.Open(Path("pack.bin").c_str()));
         EXPECT_EQ(reader.IsCompressed(), compress);
-        ASSERT_EQ(reader.GetIndex().GetCount(), 7);
+        ASSERT_EQ(reader.GetIndex().GetCount(), 8);
         SStringArray failures;
         ASSERT_TRUE(reader.ExtractAll(Path(compress ? "outc" : "outs").c_str(), &failures));
         EXPECT_EQ(failures.GetCount(), 0);
-        for (int i = 0; i < 7; i++)
+        for (int i = 0; i < 8; i++)
             EXPECT_TRUE(Get(std::string(compress ? "outc\\" : "outs\\") + names[i]) ==
                         MixedData(sizes[i], i))
                 << names[i];
@@ -71,8 +73,27 @@ TEST_F(SResourceTest, WritesExactBytesAndRoundTripsInBothModes)
         ASSERT_TRUE(reader.Extract(&mem, "A\\HUNDRED.K", true));
         EXPECT_TRUE(mem.Tell() == 0 && mem.Size() == 100002);
         EXPECT_FALSE(reader.Extract(&mem, "absent", false));
-        EXPECT_FALSE(reader.Extract(nullptr, "one", false));
     }
+}
+
+// The progress callback opens g_target: unshared, keeping the handle, at
+// g_keepAt thousandths; otherwise for shared reading, counting refusals.
+std::string g_target;
+int g_keepAt = -1, g_refused = 0;
+HANDLE g_kept = INVALID_HANDLE_VALUE;
+bool Intervene(int thousandths, int)
+{
+    bool keep = thousandths == g_keepAt;
+    HANDLE h =
+        CreateFileA(g_target.c_str(), GENERIC_READ, keep ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+    if (h == INVALID_HANDLE_VALUE)
+        g_refused += GetLastError() == ERROR_SHARING_VIOLATION;
+    else if (keep)
+        g_kept = h;
+    else
+        CloseHandle(h);
+    return true;
 }
 
 TEST_F(SResourceTest, EmptyArchiveAndWriterRules)
@@ -93,17 +114,30 @@ TEST_F(SResourceTest, EmptyArchiveAndWriterRules)
     ASSERT_TRUE(writer.SetFolder(Path("src").c_str()));
     EXPECT_TRUE(writer.Add("Dir\\File.txt"));
     EXPECT_FALSE(writer.Add("dir\\FILE.TXT"));
-    EXPECT_FALSE(writer.Add(""));
     EXPECT_FALSE(reader.Add("x"));
-    EXPECT_FALSE(writer.Write(nullptr, true));
-    SResource none;
-    SFileMem mem;
-    EXPECT_FALSE(none.Write(&mem, true));
-    EXPECT_EQ(mem.Size(), 0);
 
-    // A file missing when the archive is written leaves no record.
-    Put("src\\here", "abc");
-    EXPECT_EQ(Pack({"gone", "here"}, false), "SRES" + LE32(0) + Record("here", "abc") + kEnd);
+    // A file missing when the archive is written leaves no record, and so
+    // does one of 4 GB + 1000 bytes (sparse), which must not measure 1000.
+    Put("src\\a", "abc");
+    Put("src\\huge", "");
+    std::filesystem::resize_file(Path("src\\huge"), (4ull << 30) + 1000);
+    ASSERT_EQ(SDisk().FileSizeByStream(Path("src\\huge").c_str()), 0xFFFFFFFFu);
+    EXPECT_EQ(Pack({"gone", "huge", "a"}, false), "SRES" + LE32(0) + Record("a", "abc") + kEnd);
+
+    // A file measured but then not opened: its record is written, then the
+    // write fails without an end marker.
+    Put("src\\b", "bb");
+    ASSERT_TRUE(writer.SetFolder(Path("src").c_str()));
+    writer.Add("a");
+    writer.Add("b");
+    writer.SetProgress(Intervene, 0);
+    g_target = Path("src\\b");
+    g_keepAt = 500;
+    SFileMem out;
+    EXPECT_FALSE(writer.Write(&out, false));
+    CloseHandle(g_kept);
+    g_keepAt = -1;
+    EXPECT_EQ(Contents(out), "SRES" + LE32(0) + Record("a", "abc") + LE32(2) + "b" + '\0');
 }
 
 TEST_F(SResourceTest, ReaderRulesOnCraftedArchives)
@@ -131,17 +165,18 @@ TEST_F(SResourceTest, ReaderRulesOnCraftedArchives)
     EXPECT_EQ(mem.ReadText(), "42");
     EXPECT_FALSE(reader.Open(Path("host.bin").c_str(), 0));
 
-    // An empty compressed entry takes the next length field as its chunk
-    // count; 0 or the end marker both give an empty file at once.
-    std::string stream = ChunkStream("hello");
+    // An empty compressed entry takes the next four bytes as its chunk
+    // count: the end marker gives an empty file at once; a record's length
+    // has the name and data after it read as the empty entry's chunks.
+    std::string packed = ChunkStream("hello").substr(12);
     Put("empties.bin",
-        "SRES" + LE32(1) + Record("e1", "") + Record("e2", "") + Record("h", stream) +
-            Record("e3", "") + kEnd);
+        "SRES" + LE32(1) + Record("e", "") +
+            Record("\x05", std::string(2, '\0') + LE32(packed.size()) + packed) + Record("z", "") +
+            kEnd);
     ASSERT_TRUE(reader.Open(Path("empties.bin").c_str()));
-    SStringArray failures;
-    ASSERT_TRUE(reader.ExtractAll(Path("emp").c_str(), &failures));
-    EXPECT_EQ(failures.GetCount(), 0);
-    EXPECT_EQ(Get("emp\\e1") + Get("emp\\e3") + Get("emp\\h"), "hello");
+    mem.Close();
+    ASSERT_TRUE(reader.Extract(&mem, "e", false) && reader.Extract(&mem, "z", true));
+    EXPECT_EQ(mem.ReadText(), "hello");
 
     // Opening fails for a missing file, a folder, or no path, and leaves the
     // reader empty.
@@ -169,8 +204,18 @@ TEST_F(SResourceTest, MalformedArchivesFailQuickly)
         reader.ExtractAll(Path("cutout").c_str(), &failures);
     }
 
-    // Bad magic; a name without its 0 byte at the end of the file.
+    // Without its end marker the archive fails to open, but keeps its path
+    // and the index read, which still extracts.
     SResource reader;
+    Put("cut.bin", good.substr(0, good.size() - 4));
+    EXPECT_FALSE(reader.Open(Path("cut.bin").c_str()));
+    EXPECT_EQ(reader.GetPath().Full(), Path("cut.bin").c_str());
+    ASSERT_EQ(reader.GetIndex().GetCount(), 2);
+    SFileMem mem;
+    ASSERT_TRUE(reader.Extract(&mem, "two", true));
+    EXPECT_EQ(Contents(mem), MixedData(10, 2));
+
+    // Bad magic; a name without its 0 byte at the end of the file.
     Put("bad.bin", "SREZ" + LE32(0) + kEnd);
     EXPECT_FALSE(reader.Open(Path("bad.bin").c_str()));
     Put("bad.bin", "SRES" + LE32(0) + LE32(1) + "noterminator");
@@ -202,7 +247,12 @@ TEST_F(SResourceTest, ExtractAllListsFailedTargetsAndGoesOn)
     ASSERT_TRUE(reader.Open(Path("pack.bin").c_str()));
     SStringArray failures;
     failures.Add("kept");
+    // Each target is opened unshared while its entry is unpacked.
+    reader.SetProgress(Intervene, 0);
+    g_target = Path("out\\z.txt");
+    g_refused = 0;
     EXPECT_TRUE(reader.ExtractAll(Path("out").c_str(), &failures));
+    EXPECT_EQ(g_refused, 1);
     CloseHandle(lock);
     ASSERT_EQ(failures.GetCount(), 3);
     EXPECT_STREQ(failures.GetText(1), Path("out\\locked.txt").c_str());
