@@ -314,8 +314,8 @@ bool HoldsInAnsi(const std::wstring& name)
     if (GetACP() == CP_UTF8)
         return true;
     BOOL lost = FALSE;
-    return WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, name.c_str(), -1, nullptr, 0,
-                               nullptr, &lost) > 0 &&
+    return WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, name.c_str(), -1, nullptr, 0, nullptr,
+                               &lost) > 0 &&
         !lost;
 }
 
@@ -335,8 +335,8 @@ int WalkUnmapped(const std::wstring& folder, bool unmapped, SStringArray* out)
             count += WalkUnmapped(folder + name + L"\\", lost, out);
         } else if (lost) {
             std::wstring path = folder + name;
-            int size = WideCharToMultiByte(CP_UTF8, 0, path.c_str(), -1, nullptr, 0, nullptr,
-                                           nullptr);
+            int size =
+                WideCharToMultiByte(CP_UTF8, 0, path.c_str(), -1, nullptr, 0, nullptr, nullptr);
             std::string utf8((size_t)(size > 0 ? size : 1), '\0');
             WideCharToMultiByte(CP_UTF8, 0, path.c_str(), -1, &utf8[0], size, nullptr, nullptr);
             out->Add(utf8.c_str());

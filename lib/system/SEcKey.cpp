@@ -15,9 +15,9 @@ const uint8_t kEcPublicKeyOid[] = {0x06, 0x07, 0x2A, 0x86, 0x48, 0xCE, 0x3D, 0x0
 const uint8_t kP256Oid[] = {0x06, 0x08, 0x2A, 0x86, 0x48, 0xCE, 0x3D, 0x03, 0x01, 0x07};
 // SubjectPublicKeyInfo up to the point: SEQUENCE { SEQUENCE { ecPublicKey,
 // prime256v1 }, BIT STRING { 0 unused bits, 0x04 uncompressed } }.
-const uint8_t kSpkiHead[] = {0x30, 0x59, 0x30, 0x13, 0x06, 0x07, 0x2A, 0x86, 0x48, 0xCE, 0x3D,
-                             0x02, 0x01, 0x06, 0x08, 0x2A, 0x86, 0x48, 0xCE, 0x3D, 0x03, 0x01,
-                             0x07, 0x03, 0x42, 0x00, 0x04};
+const uint8_t kSpkiHead[] = {0x30, 0x59, 0x30, 0x13, 0x06, 0x07, 0x2A, 0x86, 0x48,
+                             0xCE, 0x3D, 0x02, 0x01, 0x06, 0x08, 0x2A, 0x86, 0x48,
+                             0xCE, 0x3D, 0x03, 0x01, 0x07, 0x03, 0x42, 0x00, 0x04};
 const int kSpkiSize = (int)sizeof(kSpkiHead) + 64;
 const int kMaxKeyFile = 65536;
 
@@ -126,7 +126,8 @@ SString Pem(const char* label, const uint8_t* der, int size)
         if (i + 2 < size)
             v |= der[i + 2];
         char quad[4] = {kBase64[v >> 18 & 63], kBase64[v >> 12 & 63],
-                        i + 1 < size ? kBase64[v >> 6 & 63] : '=', i + 2 < size ? kBase64[v & 63] : '='};
+                        i + 1 < size ? kBase64[v >> 6 & 63] : '=',
+                        i + 2 < size ? kBase64[v & 63] : '='};
         text.Append(quad, 4);
         column += 4;
         if (column == 64 || i + 3 >= size) {
@@ -280,7 +281,10 @@ bool SEcKey::LoadPem(const char* text, int length)
         if (bodyEnd + 9 > end)
             return Fail("a PEM block has no END line");
         block = bodyEnd + 9;
-        int kind = label == "EC PRIVATE KEY" ? 1 : label == "PRIVATE KEY" ? 2 : label == "PUBLIC KEY" ? 3 : 0;
+        int kind = label == "EC PRIVATE KEY" ? 1
+            : label == "PRIVATE KEY"         ? 2
+            : label == "PUBLIC KEY"          ? 3
+                                             : 0;
         if (label == "ENCRYPTED PRIVATE KEY")
             return Fail("the key is encrypted; write it without a pass phrase");
         if (!kind)
@@ -459,8 +463,8 @@ bool SEcKey::SignDigest(const uint8_t* digest, uint8_t* signature) const
     Key key;
     ULONG size = 0;
     return Import(provider, m_point, m_scalar, &key) &&
-        BCryptSignHash(key.handle, nullptr, (PUCHAR)digest, DIGEST_SIZE, signature,
-                       SIGNATURE_SIZE, &size, 0) >= 0 &&
+        BCryptSignHash(key.handle, nullptr, (PUCHAR)digest, DIGEST_SIZE, signature, SIGNATURE_SIZE,
+                       &size, 0) >= 0 &&
         size == SIGNATURE_SIZE;
 }
 
@@ -472,6 +476,6 @@ bool SEcKey::VerifyDigest(const uint8_t* digest, const uint8_t* signature) const
     Key key;
     // CNG answers STATUS_INVALID_SIGNATURE (0xC000A000) for a bad one.
     return Import(provider, m_point, nullptr, &key) &&
-        BCryptVerifySignature(key.handle, nullptr, (PUCHAR)digest, DIGEST_SIZE,
-                              (PUCHAR)signature, SIGNATURE_SIZE, 0) >= 0;
+        BCryptVerifySignature(key.handle, nullptr, (PUCHAR)digest, DIGEST_SIZE, (PUCHAR)signature,
+                              SIGNATURE_SIZE, 0) >= 0;
 }

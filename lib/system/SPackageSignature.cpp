@@ -23,7 +23,8 @@ bool SPackageSignature::Read(const char* path)
     int size = file.Size();
     m_packageSize = size;
     uint8_t trailer[TRAILER_SIZE];
-    if (size < MIN_PACKAGE + TRAILER_SIZE || file.Seek(size - TRAILER_SIZE) != size - TRAILER_SIZE ||
+    if (size < MIN_PACKAGE + TRAILER_SIZE ||
+        file.Seek(size - TRAILER_SIZE) != size - TRAILER_SIZE ||
         file.Read(trailer, TRAILER_SIZE) != TRAILER_SIZE)
         return true;
     const uint8_t* length = trailer + 76;

@@ -155,8 +155,11 @@ TEST(UpdatePack, MakeFailsNamingEveryFileItCannotPack)
     wchar_t src[MAX_PATH];
     MultiByteToWideChar(CP_ACP, 0, (dir / "src\\").c_str(), -1, src, MAX_PATH);
     std::wstring wide = src;
-    HANDLE odd = CreateFileW((wide + L"\x0142\x00f3" L"d\x017a.txt").c_str(), GENERIC_WRITE, 0,
-                             nullptr, CREATE_NEW, 0, nullptr);
+    HANDLE odd = CreateFileW((wide +
+                              L"\x0142\x00f3"
+                              L"d\x017a.txt")
+                                 .c_str(),
+                             GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
     ASSERT_NE(odd, INVALID_HANDLE_VALUE);
     CloseHandle(odd);
     ASSERT_TRUE(CreateDirectoryW((wide + L"\x017c\x00f3\x0142w").c_str(), nullptr));
@@ -164,8 +167,8 @@ TEST(UpdatePack, MakeFailsNamingEveryFileItCannotPack)
                       CREATE_NEW, 0, nullptr);
     CloseHandle(odd);
     // 2.5 GB, sparse: nothing is written but the size.
-    HANDLE big = CreateFileA((dir / "src\\big.dat").c_str(), GENERIC_WRITE, 0, nullptr,
-                             CREATE_NEW, 0, nullptr);
+    HANDLE big = CreateFileA((dir / "src\\big.dat").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                             0, nullptr);
     LARGE_INTEGER size;
     size.QuadPart = 2560LL << 20;
     ASSERT_TRUE(SetFilePointerEx(big, size, nullptr, FILE_BEGIN) && SetEndOfFile(big));
@@ -177,7 +180,9 @@ TEST(UpdatePack, MakeFailsNamingEveryFileItCannotPack)
     CloseHandle(held);
     EXPECT_EQ(made.code, 1u);
     for (std::string name : {dir / "src\\locked.txt", dir / "src\\big.dat",
-                             dir / "src\\\xc5\x82\xc3\xb3" "d\xc5\xba.txt",
+                             dir /
+                                 "src\\\xc5\x82\xc3\xb3"
+                                 "d\xc5\xba.txt",
                              dir / "src\\\xc5\xbc\xc3\xb3\xc5\x82w\\in.txt"})
         EXPECT_NE(made.err.find("Cannot pack " + name + ":"), std::string::npos) << name;
     EXPECT_NE(made.err.find("4 files cannot be packed; nothing written"), std::string::npos)

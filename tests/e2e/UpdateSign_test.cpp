@@ -36,7 +36,10 @@ protected:
         ASSERT_EQ(Peer("keygen " + Unix("py.pem") + " " + Unix("py8.pem")), 0);
     }
 
-    PackResult Pack(const std::string& arguments) { return RunTool(m_root, "UpdatePack.exe", arguments); }
+    PackResult Pack(const std::string& arguments)
+    {
+        return RunTool(m_root, "UpdatePack.exe", arguments);
+    }
     static std::string Www(const char* name) { return s_servers.Www() + name; }
     static std::string Unix(const char* name)
     {
@@ -72,7 +75,7 @@ protected:
 
     static TestServers s_servers;
     static bool s_serving;
-    TempDir m_root{"vx sign "};
+    TempDir m_root {"vx sign "};
     std::string m_www;
 };
 
@@ -105,29 +108,34 @@ TEST_F(UpdateSign, KeysAndSignaturesAgreeWithAnIndependentSigner)
     PackResult again = Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")));
     EXPECT_EQ(again.code, 1u);
     EXPECT_NE(again.err.find("--resign"), std::string::npos) << again.err;
-    EXPECT_EQ(Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")) + " --resign").code, 0u);
-    EXPECT_EQ(Pack("verify " + Quote(Www("plain.bin")) + " --key " + Quote(Www("own.pub"))).code, 0u);
+    EXPECT_EQ(
+        Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")) + " --resign").code,
+        0u);
+    EXPECT_EQ(Pack("verify " + Quote(Www("plain.bin")) + " --key " + Quote(Www("own.pub"))).code,
+              0u);
     const std::string key = ReadFileText(Www("own.pem"));
     EXPECT_EQ(Pack("keygen " + Quote(Www("own.pem"))).code, 1u);
     EXPECT_EQ(ReadFileText(Www("own.pem")), key);
     // Signing needs the private key.
-    EXPECT_EQ(Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pub")) + " --resign").code, 1u);
+    EXPECT_EQ(
+        Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pub")) + " --resign").code,
+        1u);
 }
 
 // Variants of the signed package: each must be refused by verify --key and by
 // a stamped Update.exe, without a crash or a hang.
 struct Variant {
     const char* name;
-    int at;             // a byte to flip; from the end when negative; 0 none
-    int cut;            // bytes removed from the end
-    uint32_t length;    // a new trailer length field, 0 to keep
-    int tail;           // only this many bytes at the end are kept, 0 all
+    int at;            // a byte to flip; from the end when negative; 0 none
+    int cut;           // bytes removed from the end
+    uint32_t length;   // a new trailer length field, 0 to keep
+    int tail;          // only this many bytes at the end are kept, 0 all
 };
 
 TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
 {
-    ASSERT_EQ(Pack("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) + " -o " +
-                   Quote(m_root / "Stamped.exe"))
+    ASSERT_EQ(Pack("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) +
+                   " -o " + Quote(m_root / "Stamped.exe"))
                   .code,
               0u);
     const std::string good = ReadFileText(Www("signed.bin"));
@@ -136,15 +144,19 @@ TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
     ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("other.bin").c_str(), FALSE));
     ASSERT_EQ(Peer("sign " + Unix("other.bin") + " " + Unix("py.pem")), 0);
     const Variant variants[] = {
-        {"ignored header byte", 5, 0, 0, 0},   {"entry byte", (int)good.size() / 2, 0, 0, 0},
-        {"signature byte", -40, 0, 0, 0},      {"key id byte", -70, 0, 0, 0},
-        {"magic byte", -80, 0, 0, 0},          {"trailer cut", 0, 10, 0, 0},
-        {"huge length", 0, 0, 0xFFFFFFFF, 0},  {"length past the start", 0, 0, (uint32_t)good.size() + 8, 0},
+        {"ignored header byte", 5, 0, 0, 0},
+        {"entry byte", (int)good.size() / 2, 0, 0, 0},
+        {"signature byte", -40, 0, 0, 0},
+        {"key id byte", -70, 0, 0, 0},
+        {"magic byte", -80, 0, 0, 0},
+        {"trailer cut", 0, 10, 0, 0},
+        {"huge length", 0, 0, 0xFFFFFFFF, 0},
+        {"length past the start", 0, 0, (uint32_t)good.size() + 8, 0},
         {"trailer longer than the file", 0, 0, 0, 50},
     };
     struct Run {
-        std::string name, package, dir;
-        bool accept = false;
+        std::string file, dir;
+        bool local = false, stamped = true, accept = false;
         Process updater;
     } runs[14];
     int count = 0;
@@ -155,52 +167,46 @@ TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
             bytes[(size_t)(v.at > 0 ? v.at : (int)bytes.size() + v.at)] ^= 0x20;
         for (int i = 0; v.length && i < 4; i++)
             bytes[bytes.size() - 4 + (size_t)i] = (char)(v.length >> (8 * i));
-        std::string file = "bad" + std::to_string(count) + ".bin";
-        ASSERT_TRUE(WriteFileText(Www(file.c_str()), bytes));
-        runs[count].name = v.name;
-        runs[count++].package = file;
+        runs[count].file = std::string("bad ") + v.name + ".bin";
+        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), bytes));
     }
-    for (const char* name : {"plain.bin", "other.bin"})
-        runs[count++].package = name;
+    runs[count++].file = "plain.bin";
+    runs[count++].file = "other.bin";
     // Accepted: signed by the key, from nginx (by the other signer) and from
     // a local path; and an Update.exe without a key takes a signed package.
-    runs[count].package = "peer.bin";
-    runs[count++].accept = true;
-    runs[count].package = "local";
-    runs[count++].accept = true;
-    runs[count].package = "unstamped";
-    runs[count++].accept = true;
+    for (int kind = 0; kind < 3; kind++) {
+        runs[count].file = kind ? "signed.bin" : "peer.bin";
+        runs[count].local = kind == 1;
+        runs[count].stamped = kind != 2;
+        runs[count++].accept = true;
+    }
     for (int i = 0; i < count; i++) {
         Run& run = runs[i];
-        SCOPED_TRACE(run.package + " " + run.name);
+        const std::string package = Www(run.file.c_str());
+        SCOPED_TRACE(run.file);
         if (!run.accept) {
-            PackResult verified = Pack("verify " + Quote(Www(run.package.c_str())) + " --key " +
-                                       Quote(Www("own.pub")));
+            PackResult verified =
+                Pack("verify " + Quote(package) + " --key " + Quote(Www("own.pub")));
             EXPECT_EQ(verified.code, 1u) << verified.out << verified.err;
         }
         run.dir = m_root / ("app" + std::to_string(i) + "\\").c_str();
-        ASSERT_TRUE(PutFile(run.dir + "temp\\x", "") && DeleteFileA((run.dir + "temp\\x").c_str()));
-        ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp1.exe").c_str(), (run.dir + "SampleApp.exe").c_str(),
-                              FALSE));
-        ASSERT_TRUE(CopyFileA(run.package == "unstamped" ? (BinDir() + "Update.exe").c_str()
-                                                         : (m_root / "Stamped.exe").c_str(),
+        ASSERT_TRUE(PutFile(run.dir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n") &&
+                    CreateDirectoryA((run.dir + "temp").c_str(), nullptr));
+        ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp1.exe").c_str(),
+                              (run.dir + "SampleApp.exe").c_str(), FALSE) &&
+                    CopyFileA(run.stamped ? (m_root / "Stamped.exe").c_str()
+                                          : (BinDir() + "Update.exe").c_str(),
                               (run.dir + "Update.exe").c_str(), FALSE));
-        ASSERT_TRUE(WriteFileText(run.dir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n"));
-        std::string package = run.package == "local" ? Www("signed.bin")
-            : run.package == "unstamped"             ? s_servers.Nginx("signed.bin")
-                                                     : s_servers.Nginx(run.package);
-        std::string source = run.package == "local" || run.package == "unstamped"
-            ? Www("signed.bin")
-            : Www(run.package.c_str());
-        std::string size = std::to_string(ReadFileText(source).size());
         ASSERT_TRUE(run.updater.Start(run.dir + "Update.exe",
-                                      Quote(size) + " " + Quote(package) + " " + Quote(run.dir) +
-                                          " " + Quote(run.dir + "SampleApp.exe"),
+                                      Quote(std::to_string(ReadFileText(package).size())) + " " +
+                                          Quote(run.local ? package : s_servers.Nginx(run.file)) +
+                                          " " + Quote(run.dir) + " " +
+                                          Quote(run.dir + "SampleApp.exe"),
                                       run.dir + "temp\\"));
     }
     for (int i = 0; i < count; i++) {
         Run& run = runs[i];
-        SCOPED_TRACE(run.package + " " + run.name);
+        SCOPED_TRACE(run.file + (run.local ? " local" : run.stamped ? "" : " unstamped"));
         if (run.accept) {
             EXPECT_TRUE(run.updater.Wait(60000)) << "Update.exe did not finish";
             EXPECT_EQ(ReadFileText(run.dir + "data\\readme.txt"), "version two");

@@ -23,10 +23,9 @@ public:
 
     // Checks the archive that begins at file's current position and ends
     // trailerBytes before the file's end (the bytes of a signature trailer,
-    // which the check leaves to SPackageSignature). True when it is sound. False at the first fault, which
-    // GetError describes; GetEntry then names the entry it lies in (empty
-    // when the fault lies outside the entries). False too when memory for
-    // the chunk buffers runs out.
+    // which the check leaves to SPackageSignature). True when it is sound. False at the first
+    // fault, which GetError describes; GetEntry then names the entry it lies in (empty when the
+    // fault lies outside the entries). False too when memory for the chunk buffers runs out.
     bool Check(SFile& file, int trailerBytes = 0);
 
     const SString& GetError() const { return m_error; }

@@ -349,8 +349,8 @@ int Verify(const char* path, const char* keyPath)
               key.GetIdText().Text());
         return kFailed;
     case SPackageSignature::BAD_SIGNATURE:
-        Error("%s: signed by key %s, but the signature does not hold: the file has changed",
-              path, id.Text());
+        Error("%s: signed by key %s, but the signature does not hold: the file has changed", path,
+              id.Text());
         return kFailed;
     default:
         Error("Cannot read %s", path);
@@ -429,7 +429,8 @@ int Sign(const char* path, const char* keyPath, bool resign)
               SEcKey::IdText(signature.GetKeyId()).Text());
         return kFailed;
     }
-    int oldSize = signature.GetPackageSize() + (signature.IsSigned() ? (int)SPackageSignature::TRAILER_SIZE : 0);
+    int oldSize = signature.GetPackageSize() +
+        (signature.IsSigned() ? (int)SPackageSignature::TRAILER_SIZE : 0);
     if (!signature.Sign(path, key)) {
         Error("Cannot sign %s", path);
         return kFailed;
@@ -509,9 +510,9 @@ int Run(int argc, char** argv)
     const char* args[8];
     int count = 0;
     const char* version = nullptr;
-    const char* signKey = nullptr;   // make --sign
-    const char* checkKey = nullptr;  // verify --key
-    const char* output = nullptr;    // stamp -o
+    const char* signKey = nullptr;    // make --sign
+    const char* checkKey = nullptr;   // verify --key
+    const char* output = nullptr;     // stamp -o
     bool resign = false;
     bool stats = false;
     for (int i = 1; i < argc; i++) {
