@@ -19,7 +19,6 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(s_serving) << "the test servers did not start";
-        m_www = s_servers.Www();
         // Version 2 of the application, packed signed by our key and unsigned.
         ASSERT_TRUE(PutFile(m_root / "src\\data\\readme.txt", "version two"));
         ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
@@ -76,7 +75,6 @@ protected:
     static TestServers s_servers;
     static bool s_serving;
     TempDir m_root {"vx sign "};
-    std::string m_www;
 };
 
 TestServers UpdateSign::s_servers;
@@ -107,7 +105,6 @@ TEST_F(UpdateSign, KeysAndSignaturesAgreeWithAnIndependentSigner)
     // A signed package is signed again only when asked; a key is never overwritten.
     PackResult again = Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")));
     EXPECT_EQ(again.code, 1u);
-    EXPECT_NE(again.err.find("--resign"), std::string::npos) << again.err;
     EXPECT_EQ(
         Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")) + " --resign").code,
         0u);
