@@ -8,6 +8,8 @@
 #include "file/SDisk.h"
 #include "file/SFilePath.h"
 #include "file/SResource.h"
+#include "system/SEcKey.h"
+#include "system/SPackageSignature.h"
 #include "wnd/SWndApp.h"
 
 PWndExtract::PWndExtract() : m_thread(this), m_label(nullptr), m_progress(nullptr), m_list(nullptr)
@@ -96,6 +98,16 @@ bool PWndExtract::_PThread::Install()
 
     long expected = strtol(SWndApp::GetArg(0, true).Text(), nullptr, 10);
     if (disk.FileSize(temp.Text()) != (uint32_t)expected) {
+        disk.Remove(temp.Text());
+        return false;
+    }
+
+    // A key stamped into Update.exe admits only packages it signed; a bad
+    // stamp admits none. Without a stamp nothing is checked.
+    SEcKey key;
+    SPackageSignature signature;
+    if (key.LoadStamped() != SEcKey::STAMP_NONE &&
+        signature.Check(temp.Text(), key) != SPackageSignature::SIGNATURE_OK) {
         disk.Remove(temp.Text());
         return false;
     }

@@ -2,6 +2,9 @@
 // downloads the package into a temporary file, checks its size, unpacks it
 // into the destination folder and starts the application again; the dialog
 // then closes by itself. Any failure leaves it open with the label "Failed.".
+// An Update.exe stamped with a publisher's key (SEcKey) also checks, right
+// after the size, that the package is signed by that key (SPackageSignature);
+// a refused package fails exactly as one of the wrong size does.
 #pragma once
 
 #include <stdint.h>

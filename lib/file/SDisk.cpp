@@ -313,6 +313,64 @@ int SDisk::List(SStringArray* out, const char* pattern, bool recurse, bool folde
     return List(out, pattern, flags);
 }
 
+namespace {
+
+bool HoldsInAnsi(const std::wstring& name)
+{
+    // A UTF-8 code page holds every name and takes no best-fit flag.
+    if (GetACP() == CP_UTF8)
+        return true;
+    BOOL lost = FALSE;
+    return WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, name.c_str(), -1, nullptr, 0, nullptr,
+                               &lost) > 0 &&
+        !lost;
+}
+
+int WalkUnmapped(const std::wstring& folder, bool unmapped, SStringArray* out)
+{
+    WIN32_FIND_DATAW found;
+    HANDLE find = FindFirstFileW((folder + L"*").c_str(), &found);
+    if (find == INVALID_HANDLE_VALUE)
+        return 0;
+    int count = 0;
+    do {
+        std::wstring name = found.cFileName;
+        if (name == L"." || name == L"..")
+            continue;
+        bool lost = unmapped || !HoldsInAnsi(name);
+        if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            count += WalkUnmapped(folder + name + L"\\", lost, out);
+        } else if (lost) {
+            std::wstring path = folder + name;
+            int size =
+                WideCharToMultiByte(CP_UTF8, 0, path.c_str(), -1, nullptr, 0, nullptr, nullptr);
+            std::string utf8((size_t)(size > 0 ? size : 1), '\0');
+            WideCharToMultiByte(CP_UTF8, 0, path.c_str(), -1, &utf8[0], size, nullptr, nullptr);
+            out->Add(utf8.c_str());
+            count++;
+        }
+    } while (FindNextFileW(find, &found));
+    FindClose(find);
+    return count;
+}
+
+}   // namespace
+
+int SDisk::ListUnmappedNames(const char* folder, SStringArray* out)
+{
+    if (!folder || !folder[0] || !out)
+        return 0;
+    int size = MultiByteToWideChar(CP_ACP, 0, folder, -1, nullptr, 0);
+    if (size <= 0)
+        return 0;
+    std::wstring wide((size_t)size, L'\0');
+    MultiByteToWideChar(CP_ACP, 0, folder, -1, &wide[0], size);
+    wide.resize((size_t)size - 1);
+    if (wide.back() != L'\\' && wide.back() != L'/')
+        wide += L'\\';
+    return WalkUnmapped(wide, false, out);
+}
+
 bool SDisk::IsFile(const char* path)
 {
     if (!path || EndsInSeparator(path) || !Exists(path))

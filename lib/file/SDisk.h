@@ -69,6 +69,14 @@ public:
     int List(SStringArray* out, const char* pattern, bool recurse, bool folders, bool files,
              bool emptyFoldersOnly, bool includeHidden);
 
+    // The files under folder, sub-folders included, that no ANSI call can
+    // reach: their name, or the name of a folder they lie in, has a character
+    // the system ANSI code page cannot hold (the walk above gives it as "?"
+    // or as a look-alike). Walks with the Unicode calls and appends each full
+    // path in UTF-8 to out. Returns the count; 0 also when the folder cannot
+    // be listed.
+    int ListUnmappedNames(const char* folder, SStringArray* out);
+
     // True when path names an existing file (hidden ones included). False
     // when it ends in "\\" or "/", does not exist or is a folder.
     bool IsFile(const char* path);

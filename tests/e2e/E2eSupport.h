@@ -8,6 +8,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -281,6 +282,70 @@ inline bool WaitForFileText(const std::string& path, const std::string& text, DW
         Sleep(50);
     } while (GetTickCount() - start < timeoutMs);
     return false;
+}
+
+// What a console tool printed and its exit code (0xDEAD when it did not end
+// within 60 s and was stopped).
+struct PackResult {
+    DWORD code = 0xDEAD;
+    std::string out, err;
+};
+
+// Runs the tool of the build with arguments, its stdout and stderr sent to
+// files in dir; the texts come back without "\r".
+inline PackResult RunTool(const TempDir& dir, const char* tool, const std::string& arguments)
+{
+    PackResult result;
+    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
+    const std::string paths[2] = {dir / "stdout.txt", dir / "stderr.txt"};
+    HANDLE handles[2];
+    for (int i = 0; i < 2; i++)
+        handles[i] = CreateFileA(paths[i].c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
+                                 CREATE_ALWAYS, 0, nullptr);
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    startup.hStdOutput = handles[0];
+    startup.hStdError = handles[1];
+    std::string exe = BinDir() + tool, line = "\"" + exe + "\" " + arguments;
+    PROCESS_INFORMATION info;
+    if (CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                       &info)) {
+        if (WaitForSingleObject(info.hProcess, 60000) != WAIT_OBJECT_0)
+            TerminateProcess(info.hProcess, 0xDEAD);
+        GetExitCodeProcess(info.hProcess, &result.code);
+        CloseHandle(info.hProcess);
+        CloseHandle(info.hThread);
+    }
+    std::string* texts[2] = {&result.out, &result.err};
+    for (int i = 0; i < 2; i++) {
+        CloseHandle(handles[i]);
+        *texts[i] = ReadFileText(paths[i]);
+        std::string& text = *texts[i];
+        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    }
+    return result;
+}
+
+// The path in double quotes for a command line.
+inline std::string Quote(const std::string& path)
+{
+    std::string text = path;
+    // A trailing backslash would escape the closing quote.
+    if (!text.empty() && text.back() == '\\')
+        text.pop_back();
+    return "\"" + text + "\"";
+}
+
+// Writes the file, creating its missing folders.
+inline bool PutFile(const std::string& path, const std::string& bytes)
+{
+    for (size_t i = 3; i < path.size(); i++) {
+        if (path[i] == '\\')
+            CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
+    }
+    return WriteFileText(path, bytes);
 }
 
 }   // namespace e2e

@@ -2,7 +2,6 @@
 // folders, its exit codes and what it prints.
 #include <windows.h>
 
-#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,63 +10,17 @@
 
 namespace {
 
-struct Result {
-    DWORD code = 0xDEAD;
-    std::string out, err;
-};
+using e2e::Quote;
+using Result = e2e::PackResult;
 
-// Runs UpdatePack.exe with arguments, its stdout and stderr sent to files.
 Result RunPack(const e2e::TempDir& dir, const std::string& arguments)
 {
-    Result result;
-    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-    const std::string paths[2] = {dir / "stdout.txt", dir / "stderr.txt"};
-    HANDLE handles[2];
-    for (int i = 0; i < 2; i++)
-        handles[i] = CreateFileA(paths[i].c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                                 CREATE_ALWAYS, 0, nullptr);
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-    startup.hStdOutput = handles[0];
-    startup.hStdError = handles[1];
-    std::string exe = e2e::BinDir() + "UpdatePack.exe", line = "\"" + exe + "\" " + arguments;
-    PROCESS_INFORMATION info;
-    if (CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                       &info)) {
-        if (WaitForSingleObject(info.hProcess, 60000) != WAIT_OBJECT_0)
-            TerminateProcess(info.hProcess, 0xDEAD);
-        GetExitCodeProcess(info.hProcess, &result.code);
-        CloseHandle(info.hProcess);
-        CloseHandle(info.hThread);
-    }
-    // The console streams are in text mode: compare lines without "\r".
-    std::string* texts[2] = {&result.out, &result.err};
-    for (int i = 0; i < 2; i++) {
-        CloseHandle(handles[i]);
-        *texts[i] = e2e::ReadFileText(paths[i]);
-        texts[i]->erase(std::remove(texts[i]->begin(), texts[i]->end(), '\r'), texts[i]->end());
-    }
-    return result;
-}
-
-std::string Quote(const std::string& path)
-{
-    std::string text = path;
-    // A trailing backslash would escape the closing quote.
-    if (!text.empty() && text.back() == '\\')
-        text.pop_back();
-    return "\"" + text + "\"";
+    return e2e::RunTool(dir, "UpdatePack.exe", arguments);
 }
 
 void Put(const std::string& path, const std::string& bytes)
 {
-    for (size_t i = 3; i < path.size(); i++) {
-        if (path[i] == '\\')
-            CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
-    }
-    ASSERT_TRUE(e2e::WriteFileText(path, bytes)) << path;
+    ASSERT_TRUE(e2e::PutFile(path, bytes)) << path;
 }
 
 std::string Bytes(int size, char seed)
@@ -191,6 +144,51 @@ TEST(UpdatePack, ExitCodesAndMessages)
     // A destination that is a file cannot even start.
     EXPECT_EQ(
         RunPack(dir, "extract " + Quote(dir / "p.bin") + " " + Quote(dir / "out\\a.txt")).code, 1u);
+}
+
+TEST(UpdatePack, MakeFailsNamingEveryFileItCannotPack)
+{
+    e2e::TempDir dir("vx pack ");
+    Put(dir / "src\\ok.txt", "fine");
+    Put(dir / "src\\locked.txt", "held");
+    // Names code page 1252 cannot hold: a file, and a folder with a file in it.
+    wchar_t src[MAX_PATH];
+    MultiByteToWideChar(CP_ACP, 0, (dir / "src\\").c_str(), -1, src, MAX_PATH);
+    std::wstring wide = src;
+    HANDLE odd = CreateFileW((wide +
+                              L"\x0142\x00f3"
+                              L"d\x017a.txt")
+                                 .c_str(),
+                             GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+    ASSERT_NE(odd, INVALID_HANDLE_VALUE);
+    CloseHandle(odd);
+    ASSERT_TRUE(CreateDirectoryW((wide + L"\x017c\x00f3\x0142w").c_str(), nullptr));
+    odd = CreateFileW((wide + L"\x017c\x00f3\x0142w\\in.txt").c_str(), GENERIC_WRITE, 0, nullptr,
+                      CREATE_NEW, 0, nullptr);
+    CloseHandle(odd);
+    // 2.5 GB, sparse: nothing is written but the size.
+    HANDLE big = CreateFileA((dir / "src\\big.dat").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                             0, nullptr);
+    LARGE_INTEGER size;
+    size.QuadPart = 2560LL << 20;
+    ASSERT_TRUE(SetFilePointerEx(big, size, nullptr, FILE_BEGIN) && SetEndOfFile(big));
+    CloseHandle(big);
+    // Held open without sharing, so that it cannot be read.
+    HANDLE held = CreateFileA((dir / "src\\locked.txt").c_str(), GENERIC_READ, 0, nullptr,
+                              OPEN_EXISTING, 0, nullptr);
+    Result made = RunPack(dir, "make " + Quote(dir / "src") + " " + Quote(dir / "p.upd"));
+    CloseHandle(held);
+    EXPECT_EQ(made.code, 1u);
+    for (std::string name : {dir / "src\\locked.txt", dir / "src\\big.dat",
+                             dir /
+                                 "src\\\xc5\x82\xc3\xb3"
+                                 "d\xc5\xba.txt",
+                             dir / "src\\\xc5\xbc\xc3\xb3\xc5\x82w\\in.txt"})
+        EXPECT_NE(made.err.find("Cannot pack " + name + ":"), std::string::npos) << name;
+    EXPECT_NE(made.err.find("4 files cannot be packed; nothing written"), std::string::npos)
+        << made.err;
+    EXPECT_FALSE(e2e::FileExists(dir / "p.bin"));
+    EXPECT_FALSE(e2e::FileExists(dir / "p.upd"));
 }
 
 }   // namespace

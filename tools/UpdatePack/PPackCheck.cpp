@@ -64,7 +64,7 @@ bool PPackCheck::Fail(const char* format, ...)
     return false;
 }
 
-bool PPackCheck::Check(SFile& file)
+bool PPackCheck::Check(SFile& file, int trailerBytes)
 {
     m_error.Empty();
     m_entry.Empty();
@@ -132,8 +132,8 @@ bool PPackCheck::Check(SFile& file)
         }
     }
     m_entry.Empty();
-    int trailing = file.Remaining();
-    if (trailing > 0)
+    int trailing = file.Remaining() - trailerBytes;
+    if (trailing != 0)
         return Fail("%d bytes follow the end marker", trailing);
     return true;
 }

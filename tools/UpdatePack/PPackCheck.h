@@ -21,12 +21,12 @@ public:
     PPackCheck(const PPackCheck&) = delete;
     PPackCheck& operator=(const PPackCheck&) = delete;
 
-    // Checks the archive that begins at file's current position and ends at
-    // the file's end. True when it is sound. False at the first fault, which
-    // GetError describes; GetEntry then names the entry it lies in (empty
-    // when the fault lies outside the entries). False too when memory for
-    // the chunk buffers runs out.
-    bool Check(SFile& file);
+    // Checks the archive that begins at file's current position and ends
+    // trailerBytes before the file's end (the bytes of a signature trailer,
+    // which the check leaves to SPackageSignature). True when it is sound. False at the first
+    // fault, which GetError describes; GetEntry then names the entry it lies in (empty when the
+    // fault lies outside the entries). False too when memory for the chunk buffers runs out.
+    bool Check(SFile& file, int trailerBytes = 0);
 
     const SString& GetError() const { return m_error; }
     const SString& GetEntry() const { return m_entry; }

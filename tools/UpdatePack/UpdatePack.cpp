@@ -1,6 +1,8 @@
 // UpdatePack: the package maker for scripts and build pipelines. It makes the
 // same package and description file as Update.exe's "Make update files"
-// dialog, lists and unpacks packages, and checks them strictly.
+// dialog, lists and unpacks packages, and checks them strictly. It also makes
+// publisher keys, signs packages, checks signatures and stamps a public key
+// into a copy of Update.exe (see SEcKey and SPackageSignature).
 #include <windows.h>
 
 #include <psapi.h>
@@ -16,6 +18,8 @@
 #include "file/SFilePath.h"
 #include "file/SPath.h"
 #include "file/SResource.h"
+#include "system/SEcKey.h"
+#include "system/SPackageSignature.h"
 
 namespace {
 
@@ -24,18 +28,34 @@ enum { kOk = 0, kFailed = 1, kUsage = 2 };
 const char kUsageText[] =
     "Usage: UpdatePack <command> [--stats]\n"
     "\n"
-    "  make FOLDER DESC.upd [--version TEXT]\n"
+    "  make FOLDER DESC.upd [--version TEXT] [--sign KEY.pem]\n"
     "      Packs every file under FOLDER (except FOLDER\\Update.exe) into the\n"
     "      package beside DESC.upd (same title, extension .bin) and writes the\n"
     "      description file DESC.upd: the version (default 1.0.0.0) and the\n"
-    "      package size.\n"
+    "      package size. Fails, writing nothing, when any file cannot be packed\n"
+    "      (unreadable, 2 GB or more, a name the ANSI code page cannot hold, a\n"
+    "      name that differs from another only in letter case) and names each.\n"
+    "      With --sign the package is signed with the private key in KEY.pem.\n"
     "  list PKG\n"
     "      Shows the package's mode and each entry's data length and name.\n"
     "  extract PKG DEST\n"
     "      Unpacks every entry into the folder DEST and names each that failed.\n"
-    "  verify PKG\n"
+    "  verify PKG [--key PUBLIC.pem]\n"
     "      Checks every record, chunk and zlib stream of the package; names the\n"
-    "      first bad entry.\n"
+    "      first bad entry. Tells whether it is signed and by which key; with\n"
+    "      --key checks the signature, and an unsigned package or one not signed\n"
+    "      by that key fails.\n"
+    "  keygen KEY.pem [PUBLIC.pem]\n"
+    "      Makes a P-256 key: the private key goes to KEY.pem only (never\n"
+    "      overwritten), the public key to PUBLIC.pem and to stdout.\n"
+    "  sign PKG KEY.pem [--resign]\n"
+    "      Signs an existing package in place; an already signed one only with\n"
+    "      --resign. A description file beside it (same title, .upd) that gave\n"
+    "      the old size gets the new one.\n"
+    "  stamp Update.exe KEY.pem [-o OUT.exe]\n"
+    "      Writes the public key of KEY.pem (public or private) into Update.exe,\n"
+    "      or into a copy OUT.exe; that Update.exe then installs only packages\n"
+    "      signed by the key. Stamp before Authenticode signing.\n"
     "\n"
     "  --stats   prints the peak working set when done\n"
     "  --help    prints this text\n"
@@ -108,9 +128,32 @@ void Summary(int files, int64_t in, int64_t out, double seconds)
            (long long)out, ratio, seconds);
 }
 
-int Make(const char* folderText, const char* descText, const char* version)
+// Loads a key file, naming it and the fault when that fails.
+bool LoadKey(SEcKey* key, const char* path, bool needPrivate)
+{
+    if (!key->LoadFile(path)) {
+        Error("%s: %s", path, key->GetError().Text());
+        return false;
+    }
+    if (needPrivate && !key->HasPrivate()) {
+        Error("%s holds only a public key; signing needs the private key", path);
+        return false;
+    }
+    return true;
+}
+
+bool WriteText(const char* path, const SString& text)
+{
+    SFilePath file(path, true, true, false);
+    return file.IsOpen() && file.Write(text.Text(), text.GetLength()) == text.GetLength();
+}
+
+int Make(const char* folderText, const char* descText, const char* version, const char* keyPath)
 {
     _PTimer timer;
+    SEcKey key;
+    if (keyPath && !LoadKey(&key, keyPath, true))
+        return kFailed;
     SDisk disk;
     SPath folder;
     if (folder.SetFolder(folderText) == SPATH_INVALID || !disk.IsFolder(folder.Full().Text())) {
@@ -119,9 +162,15 @@ int Make(const char* folderText, const char* descText, const char* version)
     }
     const SString root = folder.Full();
 
-    SStringArray files;
+    SStringArray files, unmapped;
     PSourceFiles::List(&disk, root, &files);
-    if (files.GetCount() == 0) {
+    // The ANSI walk gives these with "?" or a look-alike, or not at all when
+    // a folder's name is the one lost; the Unicode walk names them.
+    disk.ListUnmappedNames(root.Text(), &unmapped);
+    int refused = 0;
+    for (int i = 0; i < unmapped.GetCount(); i++, refused++)
+        Error("Cannot pack %s: the ANSI code page cannot hold its name", unmapped.GetText(i));
+    if (files.GetCount() == 0 && refused == 0) {
         Error("No files");
         return kFailed;
     }
@@ -138,18 +187,28 @@ int Make(const char* folderText, const char* descText, const char* version)
     for (int i = 0; i < files.GetCount(); i++) {
         const SString& path = files.GetAt(i);
         SString name = PSourceFiles::EntryName(path, root);
+        if (unmapped.GetCount() > 0 && (strchr(path.Text(), '?') || !disk.IsFile(path.Text())))
+            continue;
         uint32_t size = disk.FileSizeByStream(path.Text());
         if (size >= 0x80000000u) {
-            Error("Skipped %s: it cannot be read, or it is 2 GB or more", path.Text());
+            Error("Cannot pack %s: it cannot be read, or it is 2 GB or more", path.Text());
+            refused++;
             continue;
         }
         // Possible where the file system tells letter case apart.
         if (!writer.Add(name.Text())) {
-            Error("Skipped %s: another file has the same name ignoring letter case", path.Text());
+            Error("Cannot pack %s: another file has the same name ignoring letter case",
+                  path.Text());
+            refused++;
             continue;
         }
         added++;
         bytesIn += size;
+    }
+    // A package with files missing must not reach a release.
+    if (refused > 0) {
+        Error("%d file%s cannot be packed; nothing written", refused, refused == 1 ? "" : "s");
+        return kFailed;
     }
 
     SFilePath output(package.Text(), true, true, false);
@@ -165,6 +224,11 @@ int Make(const char* folderText, const char* descText, const char* version)
         Error("Cannot write %s", package.Text());
         return kFailed;
     }
+    SPackageSignature signature;
+    if (key.HasKey() && !signature.Sign(package.Text(), key)) {
+        Error("Cannot sign %s", package.Text());
+        return kFailed;
+    }
 
     uint32_t size = disk.FileSize(package.Text());
     SFilePath description(desc.Full().Text(), true, true, false);
@@ -177,6 +241,8 @@ int Make(const char* folderText, const char* descText, const char* version)
     }
     description.Close();
     printf("%s\n%s\n", package.Text(), desc.Full().Text());
+    if (key.HasKey())
+        printf("signed by key %s\n", key.GetIdText().Text());
     Summary(added, bytesIn, size, timer.Seconds());
     return kOk;
 }
@@ -236,16 +302,20 @@ int Extract(const char* path, const char* destination)
     return failures.GetCount() ? kFailed : kOk;
 }
 
-int Verify(const char* path)
+int Verify(const char* path, const char* keyPath)
 {
     _PTimer timer;
-    SFilePath file(path, false, false, true);
-    if (!file.IsOpen()) {
+    SEcKey key;
+    if (keyPath && !LoadKey(&key, keyPath, false))
+        return kFailed;
+    SPackageSignature signature;
+    SFilePath file;
+    if (!signature.Read(path) || !file.Open(path, false, false, true)) {
         Error("Cannot open %s", path);
         return kFailed;
     }
     PPackCheck check;
-    if (!check.Check(file)) {
+    if (!check.Check(file, file.Size() - signature.GetPackageSize())) {
         if (check.GetEntry().IsEmpty())
             Error("%s: bad package: %s", path, check.GetError().Text());
         else
@@ -255,6 +325,172 @@ int Verify(const char* path)
     }
     printf("%s: OK, %s\n", path, check.IsCompressed() ? "compressed" : "stored");
     Summary(check.GetEntryCount(), file.Size(), check.GetRawBytes(), timer.Seconds());
+    file.Close();
+
+    const SString id = SEcKey::IdText(signature.GetKeyId());
+    if (!signature.IsSigned()) {
+        if (!keyPath) {
+            printf("%s: not signed\n", path);
+            return kOk;
+        }
+        Error("%s: not signed", path);
+        return kFailed;
+    }
+    if (!keyPath) {
+        printf("%s: signed by key %s; give --key to check the signature\n", path, id.Text());
+        return kOk;
+    }
+    switch (signature.Check(path, key)) {
+    case SPackageSignature::SIGNATURE_OK:
+        printf("%s: signed by key %s; the signature holds\n", path, id.Text());
+        return kOk;
+    case SPackageSignature::OTHER_KEY:
+        Error("%s: signed by key %s, not by the given key %s", path, id.Text(),
+              key.GetIdText().Text());
+        return kFailed;
+    case SPackageSignature::BAD_SIGNATURE:
+        Error("%s: signed by key %s, but the signature does not hold: the file has changed", path,
+              id.Text());
+        return kFailed;
+    default:
+        Error("Cannot read %s", path);
+        return kFailed;
+    }
+}
+
+int Keygen(const char* keyPath, const char* publicPath)
+{
+    SDisk disk;
+    if (disk.Exists(keyPath)) {
+        Error("%s exists; keygen never overwrites a key", keyPath);
+        return kFailed;
+    }
+    SEcKey key;
+    if (!key.Generate()) {
+        Error("%s", key.GetError().Text());
+        return kFailed;
+    }
+    SString pem = key.GetPrivatePem();
+    bool written = WriteText(keyPath, pem);
+    SecureZeroMemory(pem.GetBuffer(), (size_t)pem.GetLength());
+    if (!written) {
+        Error("Cannot write %s", keyPath);
+        disk.Remove(keyPath);
+        return kFailed;
+    }
+    const SString publicPem = key.GetPublicPem();
+    if (publicPath && !WriteText(publicPath, publicPem)) {
+        Error("Cannot write %s", publicPath);
+        return kFailed;
+    }
+    printf("key %s\n%s", key.GetIdText().Text(), publicPem.Text());
+    return kOk;
+}
+
+// Gives the size line of the description file beside package (same title,
+// .upd) the new size, when it held the old one.
+void UpdateDescription(const char* package, int oldSize, int newSize)
+{
+    SPath path;
+    path.Set(package);
+    const SString desc = path.Parent() + path.Title() + ".upd";
+    SFilePath file(desc.Text(), false, false, true);
+    SString version, size;
+    if (!file.IsOpen() || !file.ReadLine(version) || !file.ReadLine(size))
+        return;
+    file.Close();
+    SString oldText, newText;
+    oldText.Format("%d", oldSize);
+    newText.Format("%d", newSize);
+    if (size != oldText) {
+        Error("%s gives the size %s, not %s; left as it is", desc.Text(), size.Text(),
+              oldText.Text());
+        return;
+    }
+    if (WriteText(desc.Text(), version + "\r\n" + newText + "\r\n"))
+        printf("%s\n", desc.Text());
+    else
+        Error("Cannot write %s", desc.Text());
+}
+
+int Sign(const char* path, const char* keyPath, bool resign)
+{
+    SEcKey key;
+    if (!LoadKey(&key, keyPath, true))
+        return kFailed;
+    SPackageSignature signature;
+    SResource package;
+    if (!signature.Read(path) || !package.Open(path)) {
+        Error("Cannot open %s as a package", path);
+        return kFailed;
+    }
+    if (signature.IsSigned() && !resign) {
+        Error("%s is signed by key %s already; --resign replaces that signature", path,
+              SEcKey::IdText(signature.GetKeyId()).Text());
+        return kFailed;
+    }
+    int oldSize = signature.GetPackageSize() +
+        (signature.IsSigned() ? (int)SPackageSignature::TRAILER_SIZE : 0);
+    if (!signature.Sign(path, key)) {
+        Error("Cannot sign %s", path);
+        return kFailed;
+    }
+    int newSize = signature.GetPackageSize() + SPackageSignature::TRAILER_SIZE;
+    printf("%s: signed by key %s, %d bytes\n", path, key.GetIdText().Text(), newSize);
+    UpdateDescription(path, oldSize, newSize);
+    return kOk;
+}
+
+// True when the executable's security directory is set: it carries an
+// Authenticode signature, which changing its resources would break.
+bool HasAuthenticode(const char* path)
+{
+    unsigned char head[4096];
+    SFilePath file(path, false, false, true);
+    int size = file.IsOpen() ? file.Read(head, sizeof(head)) : 0;
+    auto le32 = [&](int at) {
+        return at >= 0 && at + 4 <= size ? (uint32_t)head[at] | (uint32_t)head[at + 1] << 8 |
+                (uint32_t)head[at + 2] << 16 | (uint32_t)head[at + 3] << 24
+                                         : 0u;
+    };
+    uint32_t pe = le32(0x3C);
+    if (pe > sizeof(head) || le32((int)pe) != 0x00004550)
+        return false;
+    int optional = (int)pe + 24;
+    uint32_t magic = le32(optional) & 0xFFFF;
+    // The fifth data directory; its size field follows its offset.
+    int directories = optional + (magic == 0x20B ? 112 : 96);
+    return le32(directories + 4 * 8 + 4) != 0;
+}
+
+int Stamp(const char* exe, const char* keyPath, const char* outPath)
+{
+    SEcKey key;
+    if (!LoadKey(&key, keyPath, false))
+        return kFailed;
+    SDisk disk;
+    if (!disk.IsFile(exe)) {
+        Error("Cannot open %s", exe);
+        return kFailed;
+    }
+    if (HasAuthenticode(exe)) {
+        Error("%s carries an Authenticode signature, which a stamp would break: stamp the "
+              "unsigned build, then sign it",
+              exe);
+        return kFailed;
+    }
+    const char* target = outPath ? outPath : exe;
+    if (outPath && !CopyFileA(exe, outPath, FALSE)) {
+        Error("Cannot write %s", outPath);
+        return kFailed;
+    }
+    SEcKey stamped;
+    if (!key.Stamp(target) || stamped.LoadStamped(target) != SEcKey::STAMP_KEY ||
+        stamped.GetIdText() != key.GetIdText()) {
+        Error("Cannot stamp %s", target);
+        return kFailed;
+    }
+    printf("%s holds key %s\n", target, key.GetIdText().Text());
     return kOk;
 }
 
@@ -273,8 +509,11 @@ int Run(int argc, char** argv)
 {
     const char* args[8];
     int count = 0;
-    const char* version = "1.0.0.0";
-    bool versionGiven = false;
+    const char* version = nullptr;
+    const char* signKey = nullptr;    // make --sign
+    const char* checkKey = nullptr;   // verify --key
+    const char* output = nullptr;     // stamp -o
+    bool resign = false;
     bool stats = false;
     for (int i = 1; i < argc; i++) {
         const char* arg = argv[i];
@@ -282,13 +521,22 @@ int Run(int argc, char** argv)
             fputs(kUsageText, stdout);
             return kOk;
         }
-        if (!strcmp(arg, "--stats")) {
+        const char** value = !strcmp(arg, "--version") ? &version
+            : !strcmp(arg, "--sign")                   ? &signKey
+            : !strcmp(arg, "--key")                    ? &checkKey
+            : !strcmp(arg, "-o")                       ? &output
+                                                       : nullptr;
+        if (value) {
+            if (++i >= argc) {
+                SString problem;
+                problem.Format("%s needs a value", arg);
+                return Usage(problem.Text());
+            }
+            *value = argv[i];
+        } else if (!strcmp(arg, "--stats")) {
             stats = true;
-        } else if (!strcmp(arg, "--version")) {
-            if (++i >= argc)
-                return Usage("--version needs a text");
-            version = argv[i];
-            versionGiven = true;
+        } else if (!strcmp(arg, "--resign")) {
+            resign = true;
         } else if (arg[0] == '-' && arg[1] == '-') {
             SString problem;
             problem.Format("unknown option %s", arg);
@@ -303,19 +551,28 @@ int Run(int argc, char** argv)
         return Usage("no command");
 
     const char* command = args[0];
+    auto is = [command](const char* name) { return strcmp(command, name) == 0; };
+    if ((version || signKey) && !is("make"))
+        return Usage("--version and --sign belong to make");
+    if ((checkKey && !is("verify")) || (resign && !is("sign")) || (output && !is("stamp")))
+        return Usage("--key belongs to verify, --resign to sign, -o to stamp");
     int result;
-    if (!strcmp(command, "make") && count == 3)
-        result = Make(args[1], args[2], version);
-    else if (versionGiven)
-        return Usage("--version belongs to make");
-    else if (!strcmp(command, "list") && count == 2)
+    if (is("make") && count == 3)
+        result = Make(args[1], args[2], version ? version : "1.0.0.0", signKey);
+    else if (is("list") && count == 2)
         result = List(args[1]);
-    else if (!strcmp(command, "extract") && count == 3)
+    else if (is("extract") && count == 3)
         result = Extract(args[1], args[2]);
-    else if (!strcmp(command, "verify") && count == 2)
-        result = Verify(args[1]);
-    else if (!strcmp(command, "make") || !strcmp(command, "list") || !strcmp(command, "extract") ||
-             !strcmp(command, "verify"))
+    else if (is("verify") && count == 2)
+        result = Verify(args[1], checkKey);
+    else if (is("keygen") && (count == 2 || count == 3))
+        result = Keygen(args[1], count == 3 ? args[2] : nullptr);
+    else if (is("sign") && count == 3)
+        result = Sign(args[1], args[2], resign);
+    else if (is("stamp") && count == 3)
+        result = Stamp(args[1], args[2], output);
+    else if (is("make") || is("list") || is("extract") || is("verify") || is("keygen") ||
+             is("sign") || is("stamp"))
         return Usage("wrong number of arguments");
     else
         return Usage("unknown command");

@@ -1,0 +1,230 @@
+// Signed packages as whole programs: UpdatePack's keys, signatures and stamps
+// against an independent signer (Python's cryptography, tests/e2e/sign_peer.py),
+// and a stamped Update.exe installing from nginx and from a local path.
+#include <gtest/gtest.h>
+
+#include "E2eSupport.h"
+
+#include "../servers/TestServers.h"
+
+using namespace e2e;
+
+namespace {
+
+class UpdateSign : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { s_serving = s_servers.Start(VX_SOURCE_DIR, "sign"); }
+    static void TearDownTestSuite() { s_servers.Stop(); }
+
+    void SetUp() override
+    {
+        ASSERT_TRUE(s_serving) << "the test servers did not start";
+        // Version 2 of the application, packed signed by our key and unsigned.
+        ASSERT_TRUE(PutFile(m_root / "src\\data\\readme.txt", "version two"));
+        ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
+                              (m_root / "src\\SampleApp.exe").c_str(), FALSE));
+        // Each test makes its own keys: keygen never overwrites one.
+        for (const char* key : {"own.pem", "own.pub"})
+            DeleteFileA(Www(key).c_str());
+        ASSERT_EQ(Pack("keygen " + Quote(Www("own.pem")) + " " + Quote(Www("own.pub"))).code, 0u);
+        ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("signed.upd")) +
+                       " --sign " + Quote(Www("own.pem")))
+                      .code,
+                  0u);
+        ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("plain.upd"))).code, 0u);
+        ASSERT_EQ(Peer("keygen " + Unix("py.pem") + " " + Unix("py8.pem")), 0);
+    }
+
+    PackResult Pack(const std::string& arguments)
+    {
+        return RunTool(m_root, "UpdatePack.exe", arguments);
+    }
+    static std::string Www(const char* name) { return s_servers.Www() + name; }
+    static std::string Unix(const char* name)
+    {
+        std::string path = Www(name).substr(2);
+        for (char& c : path)
+            c = c == '\\' ? '/' : c;
+        return path;
+    }
+
+    // Runs sign_peer.py; Wine gives no handle on a Unix program, so its exit
+    // code comes back through a file. -1 when it does not end within 30 s.
+    int Peer(const std::string& arguments)
+    {
+        static int round = 0;
+        std::string done = "done" + std::to_string(++round);
+        std::string line = "/bin/sh -c \"python3 " + std::string(VX_SOURCE_DIR).substr(2) +
+            "/tests/e2e/sign_peer.py " + arguments + "; echo $? >" + Unix(done.c_str()) + "\"";
+        STARTUPINFOA si = {};
+        si.cb = sizeof(si);
+        PROCESS_INFORMATION pi = {};
+        if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si,
+                            &pi))
+            return -1;
+        CloseHandle(pi.hThread);
+        CloseHandle(pi.hProcess);
+        for (int i = 0; i < 300; i++, Sleep(100)) {
+            std::string code = ReadFileText(Www(done.c_str()));
+            if (!code.empty() && code.back() == '\n')
+                return atoi(code.c_str());
+        }
+        return -1;
+    }
+
+    static TestServers s_servers;
+    static bool s_serving;
+    TempDir m_root {"vx sign "};
+};
+
+TestServers UpdateSign::s_servers;
+bool UpdateSign::s_serving = false;
+
+TEST_F(UpdateSign, KeysAndSignaturesAgreeWithAnIndependentSigner)
+{
+    const std::string signedPackage = ReadFileText(Www("signed.bin"));
+    EXPECT_EQ(ReadFileText(Www("signed.upd")),
+              "1.0.0.0\r\n" + std::to_string(signedPackage.size()) + "\r\n");
+    EXPECT_EQ(signedPackage.size(), ReadFileText(Www("plain.bin")).size() + 80);
+    // Our signature and our key in the other implementation.
+    EXPECT_EQ(Peer("verify " + Unix("signed.bin") + " " + Unix("own.pem")), 0);
+    EXPECT_EQ(Peer("verify " + Unix("signed.bin") + " " + Unix("py.pem")), 1);
+    // Its keys (SEC1 and PKCS#8) and signatures here.
+    ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("peer.bin").c_str(), FALSE));
+    ASSERT_EQ(Peer("sign " + Unix("peer.bin") + " " + Unix("py8.pem")), 0);
+    for (const char* key : {"py.pem", "py8.pem"})
+        EXPECT_EQ(Pack("verify " + Quote(Www("peer.bin")) + " --key " + Quote(Www(key))).code, 0u)
+            << key;
+    ASSERT_EQ(Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("py.pem"))).code, 0u);
+    // The same key identifier; only the signature (randomised) differs.
+    EXPECT_EQ(ReadFileText(Www("plain.bin")).substr(0, signedPackage.size() - 68),
+              ReadFileText(Www("peer.bin")).substr(0, signedPackage.size() - 68));
+    EXPECT_EQ(Peer("verify " + Unix("plain.bin") + " " + Unix("py8.pem")), 0);
+    EXPECT_EQ(ReadFileText(Www("plain.upd")), ReadFileText(Www("signed.upd")));
+
+    // A signed package is signed again only when asked; a key is never overwritten.
+    PackResult again = Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")));
+    EXPECT_EQ(again.code, 1u);
+    EXPECT_EQ(
+        Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")) + " --resign").code,
+        0u);
+    EXPECT_EQ(Pack("verify " + Quote(Www("plain.bin")) + " --key " + Quote(Www("own.pub"))).code,
+              0u);
+    const std::string key = ReadFileText(Www("own.pem"));
+    EXPECT_EQ(Pack("keygen " + Quote(Www("own.pem"))).code, 1u);
+    EXPECT_EQ(ReadFileText(Www("own.pem")), key);
+    // Signing needs the private key.
+    EXPECT_EQ(
+        Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pub")) + " --resign").code,
+        1u);
+}
+
+// Variants of the signed package: each must be refused by verify --key and by
+// a stamped Update.exe, without a crash or a hang.
+struct Variant {
+    const char* name;
+    int at;            // a byte to flip; from the end when negative; 0 none
+    int cut;           // bytes removed from the end
+    uint32_t length;   // a new trailer length field, 0 to keep
+    int tail;          // only this many bytes at the end are kept, 0 all
+};
+
+TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
+{
+    ASSERT_EQ(Pack("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) +
+                   " -o " + Quote(m_root / "Stamped.exe"))
+                  .code,
+              0u);
+    const std::string good = ReadFileText(Www("signed.bin"));
+    ASSERT_TRUE(WriteFileText(Www("peer.bin"), ReadFileText(Www("plain.bin"))));
+    ASSERT_EQ(Peer("sign " + Unix("peer.bin") + " " + Unix("own.pem")), 0);
+    ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("other.bin").c_str(), FALSE));
+    ASSERT_EQ(Peer("sign " + Unix("other.bin") + " " + Unix("py.pem")), 0);
+    const Variant variants[] = {
+        {"ignored header byte", 5, 0, 0, 0},
+        {"entry byte", (int)good.size() / 2, 0, 0, 0},
+        {"signature byte", -40, 0, 0, 0},
+        {"key id byte", -70, 0, 0, 0},
+        {"magic byte", -80, 0, 0, 0},
+        {"trailer cut", 0, 10, 0, 0},
+        {"huge length", 0, 0, 0xFFFFFFFF, 0},
+        {"length past the start", 0, 0, (uint32_t)good.size() + 8, 0},
+        {"trailer longer than the file", 0, 0, 0, 50},
+    };
+    struct Run {
+        std::string file, dir;
+        bool local = false, stamped = true, accept = false;
+        Process updater;
+    } runs[14];
+    int count = 0;
+    for (const Variant& v : variants) {
+        std::string bytes = good.substr(v.tail ? good.size() - (size_t)v.tail : 0,
+                                        v.tail ? (size_t)v.tail : good.size() - (size_t)v.cut);
+        if (v.at)
+            bytes[(size_t)(v.at > 0 ? v.at : (int)bytes.size() + v.at)] ^= 0x20;
+        for (int i = 0; v.length && i < 4; i++)
+            bytes[bytes.size() - 4 + (size_t)i] = (char)(v.length >> (8 * i));
+        runs[count].file = std::string("bad ") + v.name + ".bin";
+        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), bytes));
+    }
+    runs[count++].file = "plain.bin";
+    runs[count++].file = "other.bin";
+    // Accepted: signed by the key, from nginx (by the other signer) and from
+    // a local path; and an Update.exe without a key takes a signed package.
+    for (int kind = 0; kind < 3; kind++) {
+        runs[count].file = kind ? "signed.bin" : "peer.bin";
+        runs[count].local = kind == 1;
+        runs[count].stamped = kind != 2;
+        runs[count++].accept = true;
+    }
+    for (int i = 0; i < count; i++) {
+        Run& run = runs[i];
+        const std::string package = Www(run.file.c_str());
+        SCOPED_TRACE(run.file);
+        if (!run.accept) {
+            PackResult verified =
+                Pack("verify " + Quote(package) + " --key " + Quote(Www("own.pub")));
+            EXPECT_EQ(verified.code, 1u) << verified.out << verified.err;
+        }
+        run.dir = m_root / ("app" + std::to_string(i) + "\\").c_str();
+        ASSERT_TRUE(PutFile(run.dir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n") &&
+                    CreateDirectoryA((run.dir + "temp").c_str(), nullptr));
+        ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp1.exe").c_str(),
+                              (run.dir + "SampleApp.exe").c_str(), FALSE) &&
+                    CopyFileA(run.stamped ? (m_root / "Stamped.exe").c_str()
+                                          : (BinDir() + "Update.exe").c_str(),
+                              (run.dir + "Update.exe").c_str(), FALSE));
+        ASSERT_TRUE(run.updater.Start(run.dir + "Update.exe",
+                                      Quote(std::to_string(ReadFileText(package).size())) + " " +
+                                          Quote(run.local ? package : s_servers.Nginx(run.file)) +
+                                          " " + Quote(run.dir) + " " +
+                                          Quote(run.dir + "SampleApp.exe"),
+                                      run.dir + "temp\\"));
+    }
+    for (int i = 0; i < count; i++) {
+        Run& run = runs[i];
+        SCOPED_TRACE(run.file + (run.local ? " local" : run.stamped ? "" : " unstamped"));
+        if (run.accept) {
+            EXPECT_TRUE(run.updater.Wait(60000)) << "Update.exe did not finish";
+            EXPECT_EQ(ReadFileText(run.dir + "data\\readme.txt"), "version two");
+            EXPECT_TRUE(WaitForFileText(run.dir + "SampleApp.log", "started 2.0.0.0", 20000));
+        } else {
+            HWND dialog = WaitForProcessWindow(run.updater.Id(), "Update", 30000);
+            ASSERT_NE(dialog, nullptr);
+            bool failed = false;
+            for (int wait = 0; wait < 300 && !failed; wait++) {
+                for (const std::string& text : ChildTexts(dialog))
+                    failed = failed || text == "Failed.";
+                Sleep(failed ? 0 : 100);
+            }
+            EXPECT_TRUE(failed) << "label never read \"Failed.\"";
+            PostMessageA(dialog, WM_CLOSE, 0, 0);
+            EXPECT_TRUE(run.updater.Wait(20000));
+            EXPECT_FALSE(FileExists(run.dir + "data\\readme.txt"));
+            EXPECT_FALSE(FileExists(run.dir + "SampleApp.log")) << "something was started";
+        }
+        EXPECT_EQ(CountFiles(run.dir + "temp\\"), 0) << "the temporary file was left behind";
+    }
+}
+
+}   // namespace
