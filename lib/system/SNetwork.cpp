@@ -1,6 +1,9 @@
 #include "SNetwork.h"
 
 #include <stdlib.h>
+#include <string.h>
+
+#include <new>
 #include <windows.h>
 #include <wininet.h>
 
@@ -9,25 +12,14 @@
 
 namespace {
 
+enum { OP_IDLE, OP_OPEN, OP_READ, OP_QUIT };
+const DWORD WAIT_STEP_MS = 50;
+
 const char AGENT[] = "Vorlix";
 const DWORD OPEN_FLAGS = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE |
     INTERNET_FLAG_NO_COOKIES | INTERNET_FLAG_NO_UI | INTERNET_FLAG_NEED_FILE;
 const int MAX_FAILURES = 10;
 const int MAX_RECOVERIES = 5;
-
-struct InternetHandle {
-    HINTERNET h;
-    explicit InternetHandle(HINTERNET handle) : h(handle) {}
-    ~InternetHandle() { Close(); }
-    void Close()
-    {
-        if (h)
-            InternetCloseHandle(h);
-        h = nullptr;
-    }
-    InternetHandle(const InternetHandle&) = delete;
-    InternetHandle& operator=(const InternetHandle&) = delete;
-};
 
 struct HeapBuffer {
     uint8_t* p;
@@ -37,7 +29,127 @@ struct HeapBuffer {
     HeapBuffer& operator=(const HeapBuffer&) = delete;
 };
 
+bool IsScheme(const char* url, const char* scheme)
+{
+    size_t length = strlen(scheme);
+    return url && _strnicmp(url, scheme, length) == 0 && url[length] == ':';
+}
+
 }   // namespace
+
+// Under Wine a call blocked on a silent server ends neither at the time-out
+// options nor when its handle is closed, so the blocking calls run on a
+// helper thread and the download only waits for them. The state lives until
+// both have let go of it; the lock guards every field after the start.
+struct SNetwork::_SCall {
+    CRITICAL_SECTION lock;
+    CONDITION_VARIABLE changed;
+    int refs = 2;   // the download and the helper
+    int op = OP_IDLE;
+    bool abandoned = false;   // the download has given up waiting
+    bool refused = false;     // a redirect over the limit or to plain http
+    int redirects = 0;
+    SString url;         // the address asked for, then each redirect's target
+    HINTERNET root = nullptr;      // owned by whoever finishes the call
+    HINTERNET request = nullptr;   // owned likewise
+    HeapBuffer buffer;   // the helper reads into it, never into the caller's
+    uint32_t size;
+    DWORD read = 0;
+    BOOL ok = FALSE;
+
+    _SCall(const char* address, uint32_t bufferSize) : url(address), buffer(bufferSize), size(bufferSize)
+    {
+        InitializeCriticalSection(&lock);
+        InitializeConditionVariable(&changed);
+    }
+    ~_SCall() { DeleteCriticalSection(&lock); }
+
+    void Release()
+    {
+        EnterCriticalSection(&lock);
+        bool last = --refs == 0;
+        LeaveCriticalSection(&lock);
+        if (last)
+            delete this;
+    }
+
+    // Closes the handles and removes the cache entry that the open flags
+    // made, under the address the request ended at (after its redirects).
+    void Finish()
+    {
+        char finalUrl[INTERNET_MAX_URL_LENGTH] = "";
+        DWORD length = sizeof(finalUrl);
+        if (request && !InternetQueryOptionA(request, INTERNET_OPTION_URL, finalUrl, &length))
+            finalUrl[0] = 0;
+        if (request)
+            InternetCloseHandle(request);
+        if (root)
+            InternetCloseHandle(root);
+        request = root = nullptr;
+        if (finalUrl[0])
+            DeleteUrlCacheEntryA(finalUrl);
+    }
+
+    static DWORD WINAPI Helper(void* arg);
+    static void CALLBACK Status(HINTERNET, DWORD_PTR context, DWORD status, void* info, DWORD);
+};
+
+DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
+{
+    _SCall* call = (_SCall*)arg;
+    EnterCriticalSection(&call->lock);
+    for (;;) {
+        while (call->op == OP_IDLE)
+            SleepConditionVariableCS(&call->changed, &call->lock, INFINITE);
+        int op = call->op;
+        if (op == OP_QUIT)
+            break;
+        LeaveCriticalSection(&call->lock);
+        HINTERNET request = call->request;
+        DWORD read = 0;
+        BOOL ok = FALSE;
+        if (op == OP_OPEN)
+            request = InternetOpenUrlA(call->root, call->url.Text(), nullptr, 0, OPEN_FLAGS,
+                                       (DWORD_PTR)call);
+        else
+            ok = InternetReadFile(request, call->buffer.p, call->size, &read);
+        EnterCriticalSection(&call->lock);
+        call->request = request;
+        call->read = read;
+        call->ok = ok;
+        call->op = OP_IDLE;
+        if (call->abandoned)
+            break;
+        WakeAllConditionVariable(&call->changed);
+    }
+    bool abandoned = call->abandoned;
+    LeaveCriticalSection(&call->lock);
+    if (abandoned)
+        call->Finish();
+    call->Release();
+    return 0;
+}
+
+void CALLBACK SNetwork::_SCall::Status(HINTERNET, DWORD_PTR context, DWORD status, void* info,
+                                       DWORD)
+{
+    _SCall* call = (_SCall*)context;
+    if (status != INTERNET_STATUS_REDIRECT || !call || !info)
+        return;
+    const char* target = (const char*)info;
+    EnterCriticalSection(&call->lock);
+    bool refuse = ++call->redirects > MAX_REDIRECTS ||
+        (IsScheme(call->url.Text(), "https") && !IsScheme(target, "https"));
+    call->url = target;
+    call->refused = refuse;
+    WakeAllConditionVariable(&call->changed);
+    LeaveCriticalSection(&call->lock);
+    // Wine follows redirects without end and goes on after its handles are
+    // closed: the only way to stop it is to keep this thread here. The
+    // download gives up at once.
+    if (refuse)
+        Sleep(INFINITE);
+}
 
 static_assert(OPEN_FLAGS == 0x84080210, "download open flags");
 
@@ -54,12 +166,46 @@ int SNetwork::OnProgress(int, int, uint32_t, const uint8_t*, SFile*, int)
     return 0;
 }
 
+bool SNetwork::IsCancelled()
+{
+    return false;
+}
+
+bool SNetwork::Await(int op)
+{
+    _SCall* call = m_call;
+    if (!call || IsCancelled())
+        return false;
+    EnterCriticalSection(&call->lock);
+    if (!call->abandoned) {
+        call->op = op;
+        WakeAllConditionVariable(&call->changed);
+    }
+    DWORD start = GetTickCount();
+    while (call->op != OP_IDLE && !call->abandoned) {
+        // The cancel hook belongs to the caller: asked without the lock.
+        LeaveCriticalSection(&call->lock);
+        bool give_up = IsCancelled() || GetTickCount() - start >= (DWORD)m_timeLimit;
+        EnterCriticalSection(&call->lock);
+        if (give_up || call->refused)
+            call->abandoned = call->op != OP_IDLE || call->refused;
+        else
+            SleepConditionVariableCS(&call->changed, &call->lock, WAIT_STEP_MS);
+    }
+    bool done = !call->abandoned;
+    LeaveCriticalSection(&call->lock);
+    return done;
+}
+
 bool SNetwork::ReadChunk(void* urlHandle, void* buffer, uint32_t size, uint32_t* read)
 {
-    DWORD count = 0;
-    BOOL ok = InternetReadFile((HINTERNET)urlHandle, buffer, size, &count);
-    *read = count;
-    return ok != FALSE;
+    *read = 0;
+    _SCall* call = m_call;
+    if (!call || urlHandle != call->request || !Await(OP_READ) || !call->ok)
+        return false;
+    *read = call->read < size ? call->read : size;
+    memcpy(buffer, call->buffer.p, *read);
+    return true;
 }
 
 bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int userValue)
@@ -69,13 +215,51 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     if (chunkSize < 1)
         chunkSize = 1;
 
-    // Handles close in reverse order of declaration: the URL, then the root.
-    InternetHandle root(InternetOpenA(AGENT, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
-    if (!root.h)
+    HINTERNET root = InternetOpenA(AGENT, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0);
+    if (!root)
         return false;
-    InternetHandle request(InternetOpenUrlA(root.h, url, nullptr, 0, OPEN_FLAGS, 0));
-    if (!request.h) {
-        root.Close();
+    _SCall* call = new (std::nothrow) _SCall(url ? url : "", (uint32_t)chunkSize);
+    HANDLE helper = nullptr;
+    if (call && call->buffer.p)
+        helper = CreateThread(nullptr, 0, _SCall::Helper, call, 0, nullptr);
+    if (!helper) {
+        delete call;
+        InternetCloseHandle(root);
+        return false;
+    }
+    CloseHandle(helper);
+    // Redirects are reported to the callback only for a non-zero context,
+    // which the open passes: the shared state.
+    InternetSetStatusCallbackA(root, _SCall::Status);
+    call->root = root;
+    m_call = call;
+
+    bool result = Transfer(destination, url, chunkSize, userValue);
+
+    // An abandoned call is finished by the helper; otherwise it is told to
+    // end and the handles are closed here.
+    EnterCriticalSection(&call->lock);
+    bool abandoned = call->abandoned;
+    if (!abandoned) {
+        call->op = OP_QUIT;
+        WakeAllConditionVariable(&call->changed);
+    }
+    LeaveCriticalSection(&call->lock);
+    if (!abandoned)
+        call->Finish();
+    m_call = nullptr;
+    call->Release();
+    return result;
+}
+
+bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int userValue)
+{
+    if (!Await(OP_OPEN))
+        return false;
+    HINTERNET request = m_call->request;
+    if (!request) {
+        InternetCloseHandle(m_call->root);
+        m_call->root = nullptr;
         return CopyLocal(destination, url);
     }
 
@@ -85,7 +269,7 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     // check rejects it.
     int total = -1;
     DWORD length = sizeof(total);
-    if (!HttpQueryInfoA(request.h, HTTP_QUERY_FLAG_NUMBER | HTTP_QUERY_CONTENT_LENGTH, &total,
+    if (!HttpQueryInfoA(request, HTTP_QUERY_FLAG_NUMBER | HTTP_QUERY_CONTENT_LENGTH, &total,
                         &length, nullptr))
         total = -1;
 
@@ -97,10 +281,11 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
         return false;
     while (failures < MAX_FAILURES) {
         uint32_t read = 0;
-        if (!ReadChunk(request.h, buffer.p, (uint32_t)chunkSize, &read)) {
+        if (!ReadChunk(request, buffer.p, (uint32_t)chunkSize, &read)) {
             // Retried at once, without a pause: the two limits bound the
-            // attempts.
-            failures++;
+            // attempts. A read given up at the time limit or cancelled ends
+            // the download.
+            failures = m_call->abandoned || IsCancelled() ? MAX_FAILURES : failures + 1;
             continue;
         }
         if (failures != 0) {
@@ -120,8 +305,6 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
         else if (answer != 2)
             destination->Write(buffer.p, (int)read);
     }
-    request.Close();
-    root.Close();
 
     if (failures >= MAX_FAILURES || recoveries >= MAX_RECOVERIES)
         return false;

@@ -16,6 +16,7 @@ using namespace e2e;
 namespace {
 
 const char* kPayloadText = "payload of version two\r\n";
+const size_t kBigSize = 3000000;
 
 class UpdateInstall : public ::testing::Test {
 protected:
@@ -44,18 +45,32 @@ protected:
     std::string Log() const { return ReadFileText(m_appDir + "SampleApp.log"); }
 
     // Packs version 2 of the application with a data folder into the served
-    // folder; returns the package size.
-    unsigned long ServePackage(const char* name)
+    // folder; returns the package size. With bulk, "bulk\\big.dat" (kBigSize
+    // bytes) comes first and bulk small files follow it in "bulk\\".
+    unsigned long ServePackage(const char* name, int bulk = 0)
     {
         std::string source = m_root / "source\\";
         CreateDirectoryA(source.c_str(), nullptr);
         CreateDirectoryA((source + "data").c_str(), nullptr);
+        SResource writer;
+        writer.SetFolder(source.c_str());
+        if (bulk) {
+            CreateDirectoryA((source + "bulk").c_str(), nullptr);
+            std::string big(kBigSize, 0);
+            for (size_t i = 0; i < big.size(); i++)
+                big[i] = (char)(i * 7919 >> 5);
+            EXPECT_TRUE(WriteFileText(source + "bulk\\big.dat", big));
+            writer.Add("bulk\\big.dat", nullptr);
+        }
+        for (int i = 0; i < bulk; i++) {
+            std::string file = "bulk\\" + std::to_string(i) + ".txt";
+            EXPECT_TRUE(WriteFileText(source + file, file));
+            writer.Add(file.c_str(), nullptr);
+        }
         EXPECT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
                               (source + "SampleApp.exe").c_str(), FALSE));
         EXPECT_TRUE(WriteFileText(source + "data\\readme.txt", kPayloadText));
         EXPECT_TRUE(WriteFileText(source + "data\\empty.dat", ""));
-        SResource writer;
-        writer.SetFolder(source.c_str());
         writer.Add("SampleApp.exe", nullptr);
         writer.Add("data\\readme.txt", nullptr);
         writer.Add("data\\empty.dat", nullptr);
@@ -147,10 +162,15 @@ TEST_F(UpdateInstall, InstallsFromNginxAndRestartsTheApplication)
 TEST_F(UpdateInstall, InstallsWithoutALengthAndFromALocalPath)
 {
     // Without a Content-Length only the size check decides; a local path is
-    // copied instead of downloaded.
-    unsigned long size = ServePackage("app.bin");
-    for (const std::string& url :
-         {s_servers.Fault("nolength/app.bin"), m_served + "app.bin"}) {
+    // copied instead of downloaded. The size is read as C's strtol reads it:
+    // leading blanks and a sign, up to the first non-digit.
+    std::string size = std::to_string(ServePackage("app.bin"));
+    std::pair<std::string, std::string> rounds[] = {
+        {s_servers.Fault("nolength/app.bin"), " \t+" + size + "x9"},
+        {m_served + "app.bin", size},
+    };
+    for (auto& round : rounds) {
+        const std::string& url = round.first;
         SCOPED_TRACE(url);
         // The version started by the previous round may still be closing.
         DWORD start = GetTickCount();
@@ -160,7 +180,7 @@ TEST_F(UpdateInstall, InstallsWithoutALengthAndFromALocalPath)
         ASSERT_EQ(ReadFileText(AppExe()), ReadFileText(BinDir() + "SampleApp1.exe"));
         DeleteFileA((m_appDir + "SampleApp.log").c_str());
         Process app, updater;
-        StartInstall(&app, &updater, std::to_string(size), url, 500);
+        StartInstall(&app, &updater, round.second, url, 500);
         ASSERT_TRUE(updater.Wait(30000)) << "Update.exe did not finish";
         EXPECT_EQ(updater.ExitCode(), 0u);
         EXPECT_EQ(ReadFileText(AppExe()), ReadFileText(BinDir() + "SampleApp2.exe"));
@@ -183,7 +203,8 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
         std::string dest;
         int bar;
     } cases[] = {
-        {"size mismatch", std::to_string(size + 1), s_servers.Nginx("app.bin"), "", -1},
+        {"file smaller than expected", std::to_string(size + 1), s_servers.Nginx("app.bin"), "", -1},
+        {"file larger than expected", std::to_string(size - 1), s_servers.Nginx("app.bin"), "", -1},
         {"not an archive", "18", s_servers.Nginx("notes.txt"), "", -1},
         {"server error", std::to_string(size), s_servers.Fault("status/500"), "", -1},
         {"missing file", std::to_string(size), s_servers.Nginx("missing.bin"), "", -1},
@@ -196,6 +217,37 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
         Process app, updater;
         StartInstall(&app, &updater, c.size, c.url, 500, c.dest);
         ExpectFailedDialog(&updater, c.bar);
+    }
+}
+
+TEST_F(UpdateInstall, ClosingStopsTheInstallWithinASecond)
+{
+    // Closed during a trickling or a stalled download, or as soon as the
+    // unpacking has begun (repeated: the stop races the unpacking), the
+    // program exits at once, leaves no temporary file, starts nothing and
+    // leaves no file cut short.
+    std::string size = std::to_string(ServePackage("bulk.bin", 400));
+    std::string big = m_appDir + "bulk\\big.dat";
+    std::string unpack = s_servers.Nginx("bulk.bin");
+    for (const std::string& url : {s_servers.Fault("trickle/bulk.bin"),
+                                   s_servers.Fault("stall/bulk.bin"), unpack, unpack, unpack}) {
+        SCOPED_TRACE(url);
+        TempDir::RemoveTree(m_appDir + "bulk\\");
+        Process app, updater;
+        StartInstall(&app, &updater, size, url, 500);
+        HWND dialog = WaitForProcessWindow(updater.Id(), "Update", 20000);
+        ASSERT_NE(dialog, nullptr);
+        DWORD start = GetTickCount();
+        while (url == unpack ? !FileExists(big) && GetTickCount() - start < 20000
+                             : GetTickCount() - start < 1500)
+            Sleep(1);
+        DWORD closed = GetTickCount();
+        PostMessageA(dialog, WM_CLOSE, 0, 0);
+        ASSERT_TRUE(updater.Wait(10000)) << "Update.exe still runs after the close";
+        EXPECT_LT(GetTickCount() - closed, 2000u);
+        EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
+        EXPECT_TRUE(!FileExists(big) || ReadFileText(big).size() == kBigSize);
+        EXPECT_EQ(Log().find("started 2.0.0.0"), std::string::npos);
     }
 }
 
