@@ -144,7 +144,7 @@ TEST(SNetworkTest, ServersThatMisbehaveEndWithinTheLimits)
         net.SetTimeLimit(1500);
         DWORD start = GetTickCount();
         EXPECT_EQ(net.Get(c.url, 1024), c.result) << c.url;
-        EXPECT_LT(GetTickCount() - start, 6000u) << c.url;
+        EXPECT_LT(GetTickCount() - start, 4500u) << c.url;
         EXPECT_EQ(net.Written() == Pattern(3000), c.result) << c.url;
     }
     EXPECT_FALSE(InCache(tls) || InCache(g_servers.Fault("trickle/3000")));
