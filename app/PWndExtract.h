@@ -86,7 +86,8 @@ private:
     };
 
     _PThread m_thread;
-    SWnd* m_label;      // not owned: rows of the dialog; null before it is ready and once it is destroyed
+    SWnd* m_label;      // not owned: rows of the dialog; null before it is ready and once it is
+                        // destroyed
     SWnd* m_progress;   // not owned
     SWnd* m_list;       // not owned
 };

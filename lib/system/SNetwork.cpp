@@ -49,15 +49,16 @@ struct SNetwork::_SCall {
     bool abandoned = false;   // the download has given up waiting
     bool refused = false;     // a redirect over the limit or to plain http
     int redirects = 0;
-    SString url;         // the address asked for, then each redirect's target
+    SString url;                   // the address asked for, then each redirect's target
     HINTERNET root = nullptr;      // owned by whoever finishes the call
     HINTERNET request = nullptr;   // owned likewise
-    HeapBuffer buffer;   // the helper reads into it, never into the caller's
+    HeapBuffer buffer;             // the helper reads into it, never into the caller's
     uint32_t size;
     DWORD read = 0;
     BOOL ok = FALSE;
 
-    _SCall(const char* address, uint32_t bufferSize) : url(address), buffer(bufferSize), size(bufferSize)
+    _SCall(const char* address, uint32_t bufferSize)
+        : url(address), buffer(bufferSize), size(bufferSize)
     {
         InitializeCriticalSection(&lock);
         InitializeConditionVariable(&changed);

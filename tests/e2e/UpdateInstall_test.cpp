@@ -203,7 +203,8 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
         std::string dest;
         int bar;
     } cases[] = {
-        {"file smaller than expected", std::to_string(size + 1), s_servers.Nginx("app.bin"), "", -1},
+        {"file smaller than expected", std::to_string(size + 1), s_servers.Nginx("app.bin"), "",
+         -1},
         {"file larger than expected", std::to_string(size - 1), s_servers.Nginx("app.bin"), "", -1},
         {"not an archive", "18", s_servers.Nginx("notes.txt"), "", -1},
         {"server error", std::to_string(size), s_servers.Fault("status/500"), "", -1},

@@ -8,8 +8,8 @@
 #pragma once
 
 #include <stdio.h>
-#include <windows.h>
 #include <wincrypt.h>
+#include <windows.h>
 
 #include <string>
 
@@ -31,8 +31,8 @@ public:
         RunUnix("exec python3 " + m_scripts + "fault_server.py --root " + base +
                 "/www --port-file " + base + "/fault.port --pid-file " + base +
                 "/fault.pid --lifetime 300 >/dev/null");
-        RunUnix("NGINX_TLS=1 exec bash " + m_scripts + "nginx_server.sh start " + base + "/www " + base +
-                "/nginx 300 >/dev/null");
+        RunUnix("NGINX_TLS=1 exec bash " + m_scripts + "nginx_server.sh start " + base + "/www " +
+                base + "/nginx 300 >/dev/null");
         m_fault = WaitForPort("Z:\\tmp\\" + m_name + "\\fault.port");
         m_nginx = WaitForPort("Z:\\tmp\\" + m_name + "\\nginx\\port");
         m_tls = WaitForPort("Z:\\tmp\\" + m_name + "\\nginx\\tlsport");
@@ -91,11 +91,11 @@ private:
         BYTE der[8192];
         DWORD size = sizeof(der);
         PCCERT_CONTEXT cert = nullptr;
-        HCERTSTORE store = CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0,
-                                         CERT_SYSTEM_STORE_LOCAL_MACHINE, "Root");
+        HCERTSTORE store =
+            CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, "Root");
         bool ok = store &&
-            CryptStringToBinaryA(pem, (DWORD)length, CRYPT_STRING_BASE64HEADER, der, &size,
-                                 nullptr, nullptr) &&
+            CryptStringToBinaryA(pem, (DWORD)length, CRYPT_STRING_BASE64HEADER, der, &size, nullptr,
+                                 nullptr) &&
             CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, der, size,
                                              CERT_STORE_ADD_REPLACE_EXISTING, &cert);
         if (cert)

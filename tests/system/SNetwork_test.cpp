@@ -134,8 +134,8 @@ TEST(SNetworkTest, ServersThatMisbehaveEndWithinTheLimits)
         std::string url;
         bool result;
     } cases[] = {
-        {g_servers.Fault("stall/20000"), false},   {g_servers.Fault("silent/1"), false},
-        {g_servers.Fault("trickle/3000"), true},   {g_servers.Fault("loop/1"), false},
+        {g_servers.Fault("stall/20000"), false},     {g_servers.Fault("silent/1"), false},
+        {g_servers.Fault("trickle/3000"), true},     {g_servers.Fault("loop/1"), false},
         {g_servers.Fault("hop/19?to=" + tls), true}, {g_servers.Fault("hop/20?to=" + tls), false},
         {g_servers.Https("down/tls.bin"), false},
     };
