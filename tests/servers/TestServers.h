@@ -83,26 +83,21 @@ private:
     // Adds the run's CA to the prefix's root store, or takes it out again.
     bool Trust(bool add)
     {
-        char pem[8192] = "";
+        std::string pem(8192, 0);
         FILE* f = fopen(("Z:\\tmp\\" + m_name + "\\nginx\\tls\\ca.pem").c_str(), "rb");
-        size_t length = f ? fread(pem, 1, sizeof(pem) - 1, f) : 0;
-        if (f)
-            fclose(f);
+        pem.resize(f ? fread(&pem[0], 1, pem.size(), f) : 0);
         BYTE der[8192];
         DWORD size = sizeof(der);
         PCCERT_CONTEXT cert = nullptr;
         HCERTSTORE store =
             CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, "Root");
-        bool ok = store &&
-            CryptStringToBinaryA(pem, (DWORD)length, CRYPT_STRING_BASE64HEADER, der, &size, nullptr,
-                                 nullptr) &&
+        bool ok = f && !fclose(f) && store &&
+            CryptStringToBinaryA(pem.c_str(), (DWORD)pem.size(), CRYPT_STRING_BASE64HEADER, der,
+                                 &size, nullptr, nullptr) &&
             CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, der, size,
-                                             CERT_STORE_ADD_REPLACE_EXISTING, &cert);
-        if (cert)
-            ok = add ? CertFreeCertificateContext(cert) : CertDeleteCertificateFromStore(cert);
-        if (store)
-            CertCloseStore(store, 0);
-        return ok;
+                                             CERT_STORE_ADD_REPLACE_EXISTING, &cert) &&
+            (add ? CertFreeCertificateContext(cert) : CertDeleteCertificateFromStore(cert));
+        return CertCloseStore(store, 0) && ok;
     }
 
     static int WaitForPort(const std::string& path)
