@@ -39,27 +39,38 @@ bool IsScheme(const char* url, const char* scheme)
 
 // Under Wine a call blocked on a silent server ends neither at the time-out
 // options nor when its handle is closed, so the blocking calls run on a
-// helper thread and the download only waits for them. The state lives until
-// both have let go of it; the lock guards every field after the start.
+// helper thread and the download only waits for them. Once the body is
+// asked for, the helper reads ahead into a ring of blocks (at most
+// READ_AHEAD bytes), so that the two threads do not meet for every block;
+// the download takes the results in order, each as the read produced it. The
+// state lives until both have let go of it; the lock guards every field.
 struct SNetwork::_SCall {
+    enum { MAX_SLOTS = 64, READ_AHEAD = 65536 };
     CRITICAL_SECTION lock;
     CONDITION_VARIABLE changed;
     int refs = 2;   // the download and the helper
     int op = OP_IDLE;
-    bool abandoned = false;   // the download has given up waiting
+    bool busy = false;        // the helper is inside a network call
+    bool abandoned = false;   // the download has given up; the helper finishes
     bool refused = false;     // a redirect over the limit or to plain http
+    bool ended = false;       // reading ahead stopped: end of data or ten failures
     int redirects = 0;
     SString url;                   // the address asked for, then each redirect's target
     HINTERNET root = nullptr;      // owned by whoever finishes the call
     HINTERNET request = nullptr;   // owned likewise
-    HeapBuffer buffer;             // the helper reads into it, never into the caller's
-    uint32_t size;
-    DWORD read = 0;
-    BOOL ok = FALSE;
+    uint32_t size;                 // bytes of one block
+    int slots, head = 0, count = 0, failuresInRow = 0;
+    HeapBuffer buffer;   // slots blocks; the helper reads into them, never into the caller's
+    DWORD reads[MAX_SLOTS];
+    BOOL oks[MAX_SLOTS];
 
-    _SCall(const char* address, uint32_t bufferSize)
-        : url(address), buffer(bufferSize), size(bufferSize)
+    _SCall(const char* address, uint32_t blockSize)
+        : url(address), size(blockSize),
+          slots(blockSize >= READ_AHEAD / 2 ? 2 : READ_AHEAD / (int)blockSize),
+          buffer((size_t)blockSize * (slots < MAX_SLOTS ? slots : MAX_SLOTS))
     {
+        if (slots > MAX_SLOTS)
+            slots = MAX_SLOTS;
         InitializeCriticalSection(&lock);
         InitializeConditionVariable(&changed);
     }
@@ -91,6 +102,9 @@ struct SNetwork::_SCall {
             DeleteUrlCacheEntryA(finalUrl);
     }
 
+    // True while the helper has nothing to do.
+    bool Idle() const { return op == OP_IDLE || (op == OP_READ && (count == slots || ended)); }
+
     static DWORD WINAPI Helper(void* arg);
     static void CALLBACK Status(HINTERNET, DWORD_PTR context, DWORD status, void* info, DWORD);
 };
@@ -100,28 +114,37 @@ DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
     _SCall* call = (_SCall*)arg;
     EnterCriticalSection(&call->lock);
     for (;;) {
-        while (call->op == OP_IDLE)
+        while (!call->abandoned && call->Idle())
             SleepConditionVariableCS(&call->changed, &call->lock, INFINITE);
-        int op = call->op;
-        if (op == OP_QUIT)
+        int doing = call->op;
+        if (call->abandoned || doing == OP_QUIT)
             break;
+        int slot = (call->head + call->count) % call->slots;
+        call->busy = true;
         LeaveCriticalSection(&call->lock);
         HINTERNET request = call->request;
         DWORD read = 0;
         BOOL ok = FALSE;
-        if (op == OP_OPEN)
+        if (doing == OP_OPEN)
             request = InternetOpenUrlA(call->root, call->url.Text(), nullptr, 0, OPEN_FLAGS,
                                        (DWORD_PTR)call);
         else
-            ok = InternetReadFile(request, call->buffer.p, call->size, &read);
+            ok = InternetReadFile(request, call->buffer.p + (size_t)slot * call->size, call->size,
+                                  &read);
         EnterCriticalSection(&call->lock);
-        call->request = request;
-        call->read = read;
-        call->ok = ok;
-        call->op = OP_IDLE;
-        if (call->abandoned)
-            break;
-        WakeAllConditionVariable(&call->changed);
+        call->busy = false;
+        if (doing == OP_OPEN) {
+            call->request = request;
+            call->op = OP_IDLE;
+        } else {
+            call->reads[slot] = read;
+            call->oks[slot] = ok;
+            call->count++;
+            call->failuresInRow = ok ? 0 : call->failuresInRow + 1;
+            call->ended = (ok && read == 0) || call->failuresInRow >= MAX_FAILURES;
+        }
+        if (doing == OP_OPEN || call->count == 1 || call->ended)
+            WakeAllConditionVariable(&call->changed);
     }
     bool abandoned = call->abandoned;
     LeaveCriticalSection(&call->lock);
@@ -178,20 +201,23 @@ bool SNetwork::Await(int op)
     if (!call || IsCancelled())
         return false;
     EnterCriticalSection(&call->lock);
-    if (!call->abandoned) {
+    if (!call->abandoned && call->op != op) {
         call->op = op;
         WakeAllConditionVariable(&call->changed);
     }
     DWORD start = GetTickCount();
-    while (call->op != OP_IDLE && !call->abandoned) {
+    while (!call->abandoned &&
+           (op == OP_OPEN ? call->op != OP_IDLE : call->count == 0 && !call->ended)) {
         // The cancel hook belongs to the caller: asked without the lock.
         LeaveCriticalSection(&call->lock);
-        bool give_up = IsCancelled() || GetTickCount() - start >= (DWORD)m_timeLimit;
+        bool giveUp = IsCancelled() || GetTickCount() - start >= (DWORD)m_timeLimit;
         EnterCriticalSection(&call->lock);
-        if (give_up || call->refused)
-            call->abandoned = call->op != OP_IDLE || call->refused;
-        else
+        if (giveUp || call->refused) {
+            call->abandoned = true;
+            WakeAllConditionVariable(&call->changed);
+        } else {
             SleepConditionVariableCS(&call->changed, &call->lock, WAIT_STEP_MS);
+        }
     }
     bool done = !call->abandoned;
     LeaveCriticalSection(&call->lock);
@@ -202,11 +228,22 @@ bool SNetwork::ReadChunk(void* urlHandle, void* buffer, uint32_t size, uint32_t*
 {
     *read = 0;
     _SCall* call = m_call;
-    if (!call || urlHandle != call->request || !Await(OP_READ) || !call->ok)
+    if (!call || urlHandle != call->request || !Await(OP_READ))
         return false;
-    *read = call->read < size ? call->read : size;
-    memcpy(buffer, call->buffer.p, *read);
-    return true;
+    EnterCriticalSection(&call->lock);
+    // Past the end of data a read succeeds with 0 bytes, as the real one does.
+    bool ok = call->count > 0 ? call->oks[call->head] != FALSE : call->failuresInRow == 0;
+    if (call->count > 0) {
+        DWORD got = call->reads[call->head];
+        *read = got < size ? got : size;
+        memcpy(buffer, call->buffer.p + (size_t)call->head * call->size, *read);
+        call->head = (call->head + 1) % call->slots;
+        // The helper waits only on a full ring.
+        if (call->count-- == call->slots)
+            WakeAllConditionVariable(&call->changed);
+    }
+    LeaveCriticalSection(&call->lock);
+    return ok;
 }
 
 bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int userValue)
@@ -237,14 +274,13 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
 
     bool result = Transfer(destination, url, chunkSize, userValue);
 
-    // An abandoned call is finished by the helper; otherwise it is told to
-    // end and the handles are closed here.
+    // A call abandoned, or still reading ahead, is finished by the helper;
+    // otherwise it is told to end and the handles are closed here.
     EnterCriticalSection(&call->lock);
+    call->abandoned = call->abandoned || call->busy;
     bool abandoned = call->abandoned;
-    if (!abandoned) {
-        call->op = OP_QUIT;
-        WakeAllConditionVariable(&call->changed);
-    }
+    call->op = OP_QUIT;
+    WakeAllConditionVariable(&call->changed);
     LeaveCriticalSection(&call->lock);
     if (!abandoned)
         call->Finish();
