@@ -35,6 +35,21 @@ bool IsScheme(const char* url, const char* scheme)
     return url && _strnicmp(url, scheme, length) == 0 && url[length] == ':';
 }
 
+// A call left blocked keeps its cache file open, and under Wine unshared for
+// deletion: its bytes go now, in case the call never returns, and the file
+// itself goes when it can.
+void EmptyCacheFile(const char* path)
+{
+    HANDLE file =
+        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file != INVALID_HANDLE_VALUE) {
+        SetEndOfFile(file);
+        CloseHandle(file);
+    }
+    DeleteFileA(path);
+}
+
 }   // namespace
 
 // Under Wine a call blocked on a silent server ends neither at the time-out
@@ -55,10 +70,11 @@ struct SNetwork::_SCall {
     bool refused = false;     // a redirect over the limit or to plain http
     bool ended = false;       // reading ahead stopped: end of data or ten failures
     int redirects = 0;
-    SString url;                   // the address asked for, then each redirect's target
-    HINTERNET root = nullptr;      // owned by whoever finishes the call
-    HINTERNET request = nullptr;   // owned likewise
-    uint32_t size;                 // bytes of one block
+    SString url;                     // the address asked for, then each redirect's target
+    HINTERNET root = nullptr;        // owned by whoever finishes the call
+    HINTERNET request = nullptr;     // owned likewise
+    char cacheFile[MAX_PATH] = "";   // the cache file the open flags made
+    uint32_t size;                   // bytes of one block
     int slots, head = 0, count = 0, failuresInRow = 0;
     HeapBuffer buffer;   // slots blocks; the helper reads into them, never into the caller's
     DWORD reads[MAX_SLOTS];
@@ -133,6 +149,10 @@ DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
                                   &read);
         EnterCriticalSection(&call->lock);
         call->busy = false;
+        DWORD length = sizeof(call->cacheFile);
+        if (doing == OP_OPEN && request &&
+            !InternetQueryOptionA(request, INTERNET_OPTION_DATAFILE_NAME, call->cacheFile, &length))
+            call->cacheFile[0] = 0;
         if (doing == OP_OPEN) {
             call->request = request;
             call->op = OP_IDLE;
@@ -284,6 +304,8 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     LeaveCriticalSection(&call->lock);
     if (!abandoned)
         call->Finish();
+    else if (call->cacheFile[0])
+        EmptyCacheFile(call->cacheFile);
     m_call = nullptr;
     call->Release();
     return result;

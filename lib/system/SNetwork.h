@@ -15,10 +15,13 @@
 // - Internet cache: the open flags ask for a cache file; its entry is removed
 //   once the download's handles are closed, so nothing of the resource stays
 //   in the user's cache.
-// Each blocking network call runs on a helper thread of the download: a call
-// abandoned at a limit is left to that thread, which closes the handles when
-// the call returns, if ever. A redirect refused on that thread keeps it
-// parked for the rest of the process (one idle thread, no further requests).
+// Each blocking network call runs on a helper thread of the download, which
+// reads the body up to 64 KB ahead; ReadChunk hands over its results in
+// order. A call abandoned at a limit is left to that thread, which closes
+// the handles when the call returns, if ever. A redirect refused on that
+// thread keeps it parked for the rest of the process (one idle thread, no
+// further requests). The open passes a non-zero context, which the redirect
+// notifications need.
 #pragma once
 
 #include <stdint.h>
@@ -55,8 +58,9 @@ public:
     // network layer cannot start, when url neither opens nor names a file (a
     // path ending in "\\" or "/" never does), when the local copy falls short,
     // on ten failed reads in a row or five recoveries, when OnProgress aborts,
-    // or when fewer bytes arrive than announced. Bytes already written stay in
-    // destination.
+    // when fewer bytes arrive than announced, when a wait on the server
+    // passes the time limit, on a refused redirect, or when IsCancelled says
+    // so. Bytes already written stay in destination.
     bool Download(SFile* destination, const char* url, int chunkSize, int userValue);
 
     enum { DEFAULT_TIME_LIMIT_MS = 30000, MAX_REDIRECTS = 20 };
@@ -73,9 +77,10 @@ protected:
     // the server; true cancels the download (it fails). The base says false.
     virtual bool IsCancelled();
 
-    // The one read of the download loop (InternetReadFile on the URL handle),
-    // passing its result through. It exists so that a derived class can make
-    // reads fail around real ones, which no real server does on request.
+    // The one read of the download loop: the next result of InternetReadFile
+    // on the URL handle, as the helper got it, passed through (false too when
+    // the wait for it was given up). It exists so that a derived class can
+    // make reads fail around real ones, which no real server does on request.
     virtual bool ReadChunk(void* urlHandle, void* buffer, uint32_t size, uint32_t* read);
 
 private:
