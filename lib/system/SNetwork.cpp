@@ -286,8 +286,8 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
         return false;
     }
     CloseHandle(helper);
-    // Redirects are reported to the callback only for a non-zero context,
-    // which the open passes: the shared state.
+    // The open passes the shared state as its context (not 0): that is how
+    // each redirect's notification finds its download.
     InternetSetStatusCallbackA(root, _SCall::Status);
     call->root = root;
     m_call = call;

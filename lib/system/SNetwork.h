@@ -20,8 +20,8 @@
 // order. A call abandoned at a limit is left to that thread, which closes
 // the handles when the call returns, if ever. A redirect refused on that
 // thread keeps it parked for the rest of the process (one idle thread, no
-// further requests). The open passes a non-zero context, which the redirect
-// notifications need.
+// further requests). The open passes that shared state as its context, not
+// 0, so that the redirect notifications reach it.
 #pragma once
 
 #include <stdint.h>
