@@ -12,6 +12,12 @@
 #include "system/SPackageSignature.h"
 #include "wnd/SWndApp.h"
 
+namespace {
+// The worker whose install runs on this thread, for the unpacking's stop
+// check (a plain function).
+thread_local const SThread* t_worker = nullptr;
+}   // namespace
+
 PWndExtract::PWndExtract() : m_thread(this), m_label(nullptr), m_progress(nullptr), m_list(nullptr)
 {
 }
@@ -24,6 +30,10 @@ LRESULT PWndExtract::Handler(UINT msg, WPARAM wParam, LPARAM lParam)
 {
     switch (msg) {
     case WM_DESTROY:
+        // The controls go with the window; a notification still queued must
+        // not reach them.
+        m_label = m_progress = m_list = nullptr;
+        m_thread.Stop(false);
         PostQuitMessage(0);
         break;
     case SWM_DIALOGREADY:
@@ -59,10 +69,14 @@ void PWndExtract::_PThread::OnNotify(int code, SValue*)
         if (m_dialog->GetHandle())
             m_dialog->Send(WM_CLOSE);
         break;
-    case NOTIFY_FAILED:
+    case NOTIFY_FAILED: {
+        SListCtrl* list = dynamic_cast<SListCtrl*>(m_dialog->m_list);
+        if (list)
+            list->InsertStrings(&m_problems, -1, 0, 0, 0);
         if (m_dialog->m_label)
             m_dialog->m_label->SetText("Failed.");
         break;
+    }
     case NOTIFY_PROGRESS:
         m_progressPending = false;
         // Without a length (total -1) the position is zero or negative and
@@ -75,8 +89,14 @@ void PWndExtract::_PThread::OnNotify(int code, SValue*)
 
 bool PWndExtract::_PThread::Run()
 {
+    t_worker = this;
     Notify(Install() ? NOTIFY_DONE : NOTIFY_FAILED, 0);
     return false;
+}
+
+bool PWndExtract::_PThread::KeepUnpacking(int, int)
+{
+    return !t_worker || !t_worker->IsStopRequested();
 }
 
 bool PWndExtract::_PThread::Install()
@@ -91,7 +111,7 @@ bool PWndExtract::_PThread::Install()
     _PNetwork network(this);
     bool downloaded = network.Download(&file, SWndApp::GetArg(1, true).Text(), 1024, 0);
     file.Close();
-    if (!downloaded) {
+    if (!downloaded || IsStopRequested()) {
         disk.Remove(temp.Text());
         return false;
     }
@@ -120,22 +140,22 @@ bool PWndExtract::_PThread::Install()
 
     // Unpacking fails only when it cannot start; single entries that fail
     // are listed but deliberately count as success, so the lines are shown
-    // only in the first case.
-    SStringArray problems;
-    if (!package.ExtractAll(SWndApp::GetArg(2, true).Text(), &problems)) {
-        // The list belongs to the UI thread; its messages are sent across and
-        // handled there while the UI thread waits in its loop.
-        SListCtrl* list = dynamic_cast<SListCtrl*>(m_dialog->m_list);
-        if (list)
-            list->InsertStrings(&problems, -1, 0, 0, 0);
-        disk.Remove(temp.Text());
-        return false;
-    }
-
+    // (by the UI thread, with the failure) only in the first case. The
+    // progress hook is the stop check between entries and chunks.
+    package.SetProgress(KeepUnpacking, 0);
+    bool unpacked = package.ExtractAll(SWndApp::GetArg(2, true).Text(), &m_problems);
     disk.Remove(temp.Text());
+    if (!unpacked || IsStopRequested())
+        return false;
+
     // The start's result is not checked: the update itself has succeeded.
     disk.Open(SWndApp::GetArg(3, true).Text(), "", false, SW_SHOWNORMAL);
     return true;
+}
+
+bool PWndExtract::_PNetwork::IsCancelled()
+{
+    return m_thread->IsStopRequested();
 }
 
 int PWndExtract::_PNetwork::OnProgress(int total, int offset, uint32_t, const uint8_t*, SFile*, int)

@@ -5,12 +5,21 @@
 // An Update.exe stamped with a publisher's key (SEcKey) also checks, right
 // after the size, that the package is signed by that key (SPackageSignature);
 // a refused package fails exactly as one of the wrong size does.
+//
+// Closing the dialog while the worker runs stops the install at its next safe
+// point, within a second: between two blocks of the download (or during a
+// wait on the server) and between two chunks of the unpacking. The temporary
+// file is then deleted, a file cut short by the stop is removed, nothing is
+// started, and the process exits. Only the UI thread touches the controls:
+// the worker hands over the unpacking's problem lines with its failure
+// notification, and the control pointers are cleared when the window goes.
 #pragma once
 
 #include <stdint.h>
 
 #include <atomic>
 
+#include "core/SStringArray.h"
 #include "system/SNetwork.h"
 #include "system/SThread.h"
 #include "wnd/SWndDialog.h"
@@ -18,7 +27,7 @@
 class PWndExtract : public SWndDialog {
 public:
     PWndExtract();
-    // Destroys the worker first, which ends its thread by force if it still runs.
+    // Destroys the worker first, which waits for its thread to stop (SThread).
     ~PWndExtract() override;
 
     LRESULT Handler(UINT msg, WPARAM wParam, LPARAM lParam) override;
@@ -32,7 +41,8 @@ private:
         explicit _PThread(PWndExtract* dialog);
         // The install sequence; returns false (no message loop afterwards).
         bool Run() override;
-        // On the UI thread: closes the dialog, shows "Failed." or moves the bar.
+        // On the UI thread: closes the dialog, shows "Failed." (with the
+        // problem lines) or moves the bar.
         void OnNotify(int code, SValue* value) override;
 
         // Written by the download on the worker thread, read by the UI thread
@@ -47,6 +57,9 @@ private:
         std::atomic<bool> m_progressPending;
         // The bar position of the last progress notification; worker only.
         int m_lastPosition;
+        // The unpacking's problem lines when it could not start: written by
+        // the worker before its failure notification, read on the UI thread.
+        SStringArray m_problems;
 
         // The bar position for received of total bytes: received / total *
         // 1000 truncated toward zero; 0 when it has no int value.
@@ -54,6 +67,8 @@ private:
 
     private:
         bool Install();
+        // The unpacking's progress hook: false once a stop is requested.
+        static bool KeepUnpacking(int thousandths, int value);
         PWndExtract* m_dialog;   // not owned: the dialog that owns this worker
     };
 
@@ -65,12 +80,17 @@ private:
         int OnProgress(int total, int offset, uint32_t length, const uint8_t* buffer,
                        SFile* destination, int userValue) override;
 
+    protected:
+        // True once the dialog has asked the worker to stop.
+        bool IsCancelled() override;
+
     private:
         _PThread* m_thread;   // not owned
     };
 
     _PThread m_thread;
-    SWnd* m_label;      // not owned: rows of the dialog; null before it is ready
+    SWnd* m_label;      // not owned: rows of the dialog; null before it is ready and once it is
+                        // destroyed
     SWnd* m_progress;   // not owned
     SWnd* m_list;       // not owned
 };

@@ -371,8 +371,11 @@ bool SResource::ExtractAll(const char* folder, SStringArray* failures)
         bool done = file.Open(path.Text(), true, true, true, false) &&
             ExtractEntry(&file, m_index.Find(name), true);
         file.Close();
-        if (m_stopped)
+        if (m_stopped) {
+            // A file cut short by the stop is removed, not left truncated.
+            m_disk.Remove(path.Text());
             return false;
+        }
         if (!done && failures)
             failures->Add(path.Text());
     }

@@ -89,7 +89,8 @@ public:
     // and the rest goes on; entries unpacked before stay. True after the last
     // entry, even when some failed. False, leaving failures untouched, for no
     // path, an empty folder text or a folder that cannot be created, and
-    // when the progress callback stops it.
+    // when the progress callback stops it; the entry it stopped in is then
+    // removed, not left cut short.
     bool ExtractAll(const char* folder, SStringArray* failures = nullptr);
 
     // The root folder (writer) or the archive's path (reader).
@@ -101,6 +102,8 @@ public:
     const SResourceIndex& GetIndex() const { return m_index; }
 
     // Progress reports of Write and ExtractAll; null (the default) disables.
+    // The callback is also their stop hook: it is asked before every entry
+    // and every chunk of a compressed one.
     void SetProgress(SResourceProgress progress, int value);
 
 private:

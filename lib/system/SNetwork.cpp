@@ -1,6 +1,9 @@
 #include "SNetwork.h"
 
 #include <stdlib.h>
+#include <string.h>
+
+#include <new>
 #include <windows.h>
 #include <wininet.h>
 
@@ -9,25 +12,14 @@
 
 namespace {
 
+enum { OP_IDLE, OP_OPEN, OP_READ, OP_QUIT };
+const DWORD WAIT_STEP_MS = 50;
+
 const char AGENT[] = "Vorlix";
 const DWORD OPEN_FLAGS = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE |
     INTERNET_FLAG_NO_COOKIES | INTERNET_FLAG_NO_UI | INTERNET_FLAG_NEED_FILE;
 const int MAX_FAILURES = 10;
 const int MAX_RECOVERIES = 5;
-
-struct InternetHandle {
-    HINTERNET h;
-    explicit InternetHandle(HINTERNET handle) : h(handle) {}
-    ~InternetHandle() { Close(); }
-    void Close()
-    {
-        if (h)
-            InternetCloseHandle(h);
-        h = nullptr;
-    }
-    InternetHandle(const InternetHandle&) = delete;
-    InternetHandle& operator=(const InternetHandle&) = delete;
-};
 
 struct HeapBuffer {
     uint8_t* p;
@@ -37,7 +29,171 @@ struct HeapBuffer {
     HeapBuffer& operator=(const HeapBuffer&) = delete;
 };
 
+bool IsScheme(const char* url, const char* scheme)
+{
+    size_t length = strlen(scheme);
+    return url && _strnicmp(url, scheme, length) == 0 && url[length] == ':';
+}
+
+// A call left blocked keeps its cache file open, and under Wine unshared for
+// deletion: its bytes go now, in case the call never returns, and the file
+// itself goes when it can.
+void EmptyCacheFile(const char* path)
+{
+    HANDLE file =
+        CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file != INVALID_HANDLE_VALUE) {
+        SetEndOfFile(file);
+        CloseHandle(file);
+    }
+    DeleteFileA(path);
+}
+
 }   // namespace
+
+// Under Wine a call blocked on a silent server ends neither at the time-out
+// options nor when its handle is closed, so the blocking calls run on a
+// helper thread and the download only waits for them. Once the body is
+// asked for, the helper reads ahead into a ring of blocks (at most
+// READ_AHEAD bytes), so that the two threads do not meet for every block;
+// the download takes the results in order, each as the read produced it. The
+// state lives until both have let go of it; the lock guards every field.
+struct SNetwork::_SCall {
+    enum { MAX_SLOTS = 64, READ_AHEAD = 65536 };
+    CRITICAL_SECTION lock;
+    CONDITION_VARIABLE changed;
+    int refs = 2;   // the download and the helper
+    int op = OP_IDLE;
+    bool busy = false;        // the helper is inside a network call
+    bool abandoned = false;   // the download has given up; the helper finishes
+    bool refused = false;     // a redirect over the limit or to plain http
+    bool ended = false;       // reading ahead stopped: end of data or ten failures
+    int redirects = 0;
+    SString url;                     // the address asked for, then each redirect's target
+    HINTERNET root = nullptr;        // owned by whoever finishes the call
+    HINTERNET request = nullptr;     // owned likewise
+    char cacheFile[MAX_PATH] = "";   // the cache file the open flags made
+    uint32_t size;                   // bytes of one block
+    int slots, head = 0, count = 0, failuresInRow = 0;
+    HeapBuffer buffer;   // slots blocks; the helper reads into them, never into the caller's
+    DWORD reads[MAX_SLOTS];
+    BOOL oks[MAX_SLOTS];
+
+    _SCall(const char* address, uint32_t blockSize)
+        : url(address), size(blockSize),
+          slots(blockSize >= READ_AHEAD / 2 ? 2 : READ_AHEAD / (int)blockSize),
+          buffer((size_t)blockSize * (slots < MAX_SLOTS ? slots : MAX_SLOTS))
+    {
+        if (slots > MAX_SLOTS)
+            slots = MAX_SLOTS;
+        InitializeCriticalSection(&lock);
+        InitializeConditionVariable(&changed);
+    }
+    ~_SCall() { DeleteCriticalSection(&lock); }
+
+    void Release()
+    {
+        EnterCriticalSection(&lock);
+        bool last = --refs == 0;
+        LeaveCriticalSection(&lock);
+        if (last)
+            delete this;
+    }
+
+    // Closes the handles and removes the cache entry that the open flags
+    // made, under the address the request ended at (after its redirects).
+    void Finish()
+    {
+        char finalUrl[INTERNET_MAX_URL_LENGTH] = "";
+        DWORD length = sizeof(finalUrl);
+        if (request && !InternetQueryOptionA(request, INTERNET_OPTION_URL, finalUrl, &length))
+            finalUrl[0] = 0;
+        if (request)
+            InternetCloseHandle(request);
+        if (root)
+            InternetCloseHandle(root);
+        request = root = nullptr;
+        if (finalUrl[0])
+            DeleteUrlCacheEntryA(finalUrl);
+    }
+
+    // True while the helper has nothing to do.
+    bool Idle() const { return op == OP_IDLE || (op == OP_READ && (count == slots || ended)); }
+
+    static DWORD WINAPI Helper(void* arg);
+    static void CALLBACK Status(HINTERNET, DWORD_PTR context, DWORD status, void* info, DWORD);
+};
+
+DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
+{
+    _SCall* call = (_SCall*)arg;
+    EnterCriticalSection(&call->lock);
+    for (;;) {
+        while (!call->abandoned && call->Idle())
+            SleepConditionVariableCS(&call->changed, &call->lock, INFINITE);
+        int doing = call->op;
+        if (call->abandoned || doing == OP_QUIT)
+            break;
+        int slot = (call->head + call->count) % call->slots;
+        call->busy = true;
+        LeaveCriticalSection(&call->lock);
+        HINTERNET request = call->request;
+        DWORD read = 0;
+        BOOL ok = FALSE;
+        if (doing == OP_OPEN)
+            request = InternetOpenUrlA(call->root, call->url.Text(), nullptr, 0, OPEN_FLAGS,
+                                       (DWORD_PTR)call);
+        else
+            ok = InternetReadFile(request, call->buffer.p + (size_t)slot * call->size, call->size,
+                                  &read);
+        EnterCriticalSection(&call->lock);
+        call->busy = false;
+        DWORD length = sizeof(call->cacheFile);
+        if (doing == OP_OPEN && request &&
+            !InternetQueryOptionA(request, INTERNET_OPTION_DATAFILE_NAME, call->cacheFile, &length))
+            call->cacheFile[0] = 0;
+        if (doing == OP_OPEN) {
+            call->request = request;
+            call->op = OP_IDLE;
+        } else {
+            call->reads[slot] = read;
+            call->oks[slot] = ok;
+            call->count++;
+            call->failuresInRow = ok ? 0 : call->failuresInRow + 1;
+            call->ended = (ok && read == 0) || call->failuresInRow >= MAX_FAILURES;
+        }
+        if (doing == OP_OPEN || call->count == 1 || call->ended)
+            WakeAllConditionVariable(&call->changed);
+    }
+    bool abandoned = call->abandoned;
+    LeaveCriticalSection(&call->lock);
+    if (abandoned)
+        call->Finish();
+    call->Release();
+    return 0;
+}
+
+void CALLBACK SNetwork::_SCall::Status(HINTERNET, DWORD_PTR context, DWORD status, void* info,
+                                       DWORD)
+{
+    _SCall* call = (_SCall*)context;
+    if (status != INTERNET_STATUS_REDIRECT || !call || !info)
+        return;
+    const char* target = (const char*)info;
+    EnterCriticalSection(&call->lock);
+    bool refuse = ++call->redirects > MAX_REDIRECTS ||
+        (IsScheme(call->url.Text(), "https") && !IsScheme(target, "https"));
+    call->url = target;
+    call->refused = refuse;
+    WakeAllConditionVariable(&call->changed);
+    LeaveCriticalSection(&call->lock);
+    // Wine follows redirects without end and goes on after its handles are
+    // closed: the only way to stop it is to keep this thread here. The
+    // download gives up at once.
+    if (refuse)
+        Sleep(INFINITE);
+}
 
 static_assert(OPEN_FLAGS == 0x84080210, "download open flags");
 
@@ -54,12 +210,60 @@ int SNetwork::OnProgress(int, int, uint32_t, const uint8_t*, SFile*, int)
     return 0;
 }
 
+bool SNetwork::IsCancelled()
+{
+    return false;
+}
+
+bool SNetwork::Await(int op)
+{
+    _SCall* call = m_call;
+    if (!call || IsCancelled())
+        return false;
+    EnterCriticalSection(&call->lock);
+    if (!call->abandoned && call->op != op) {
+        call->op = op;
+        WakeAllConditionVariable(&call->changed);
+    }
+    DWORD start = GetTickCount();
+    while (!call->abandoned &&
+           (op == OP_OPEN ? call->op != OP_IDLE : call->count == 0 && !call->ended)) {
+        // The cancel hook belongs to the caller: asked without the lock.
+        LeaveCriticalSection(&call->lock);
+        bool giveUp = IsCancelled() || GetTickCount() - start >= (DWORD)m_timeLimit;
+        EnterCriticalSection(&call->lock);
+        if (giveUp || call->refused) {
+            call->abandoned = true;
+            WakeAllConditionVariable(&call->changed);
+        } else {
+            SleepConditionVariableCS(&call->changed, &call->lock, WAIT_STEP_MS);
+        }
+    }
+    bool done = !call->abandoned;
+    LeaveCriticalSection(&call->lock);
+    return done;
+}
+
 bool SNetwork::ReadChunk(void* urlHandle, void* buffer, uint32_t size, uint32_t* read)
 {
-    DWORD count = 0;
-    BOOL ok = InternetReadFile((HINTERNET)urlHandle, buffer, size, &count);
-    *read = count;
-    return ok != FALSE;
+    *read = 0;
+    _SCall* call = m_call;
+    if (!call || urlHandle != call->request || !Await(OP_READ))
+        return false;
+    EnterCriticalSection(&call->lock);
+    // Past the end of data a read succeeds with 0 bytes, as the real one does.
+    bool ok = call->count > 0 ? call->oks[call->head] != FALSE : call->failuresInRow == 0;
+    if (call->count > 0) {
+        DWORD got = call->reads[call->head];
+        *read = got < size ? got : size;
+        memcpy(buffer, call->buffer.p + (size_t)call->head * call->size, *read);
+        call->head = (call->head + 1) % call->slots;
+        // The helper waits only on a full ring.
+        if (call->count-- == call->slots)
+            WakeAllConditionVariable(&call->changed);
+    }
+    LeaveCriticalSection(&call->lock);
+    return ok;
 }
 
 bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int userValue)
@@ -69,13 +273,52 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     if (chunkSize < 1)
         chunkSize = 1;
 
-    // Handles close in reverse order of declaration: the URL, then the root.
-    InternetHandle root(InternetOpenA(AGENT, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
-    if (!root.h)
+    HINTERNET root = InternetOpenA(AGENT, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0);
+    if (!root)
         return false;
-    InternetHandle request(InternetOpenUrlA(root.h, url, nullptr, 0, OPEN_FLAGS, 0));
-    if (!request.h) {
-        root.Close();
+    _SCall* call = new (std::nothrow) _SCall(url ? url : "", (uint32_t)chunkSize);
+    HANDLE helper = nullptr;
+    if (call && call->buffer.p)
+        helper = CreateThread(nullptr, 0, _SCall::Helper, call, 0, nullptr);
+    if (!helper) {
+        delete call;
+        InternetCloseHandle(root);
+        return false;
+    }
+    CloseHandle(helper);
+    // The open passes the shared state as its context (not 0): that is how
+    // each redirect's notification finds its download.
+    InternetSetStatusCallbackA(root, _SCall::Status);
+    call->root = root;
+    m_call = call;
+
+    bool result = Transfer(destination, url, chunkSize, userValue);
+
+    // A call abandoned, or still reading ahead, is finished by the helper;
+    // otherwise it is told to end and the handles are closed here.
+    EnterCriticalSection(&call->lock);
+    call->abandoned = call->abandoned || call->busy;
+    bool abandoned = call->abandoned;
+    call->op = OP_QUIT;
+    WakeAllConditionVariable(&call->changed);
+    LeaveCriticalSection(&call->lock);
+    if (!abandoned)
+        call->Finish();
+    else if (call->cacheFile[0])
+        EmptyCacheFile(call->cacheFile);
+    m_call = nullptr;
+    call->Release();
+    return result;
+}
+
+bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int userValue)
+{
+    if (!Await(OP_OPEN))
+        return false;
+    HINTERNET request = m_call->request;
+    if (!request) {
+        InternetCloseHandle(m_call->root);
+        m_call->root = nullptr;
         return CopyLocal(destination, url);
     }
 
@@ -85,7 +328,7 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     // check rejects it.
     int total = -1;
     DWORD length = sizeof(total);
-    if (!HttpQueryInfoA(request.h, HTTP_QUERY_FLAG_NUMBER | HTTP_QUERY_CONTENT_LENGTH, &total,
+    if (!HttpQueryInfoA(request, HTTP_QUERY_FLAG_NUMBER | HTTP_QUERY_CONTENT_LENGTH, &total,
                         &length, nullptr))
         total = -1;
 
@@ -97,10 +340,11 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
         return false;
     while (failures < MAX_FAILURES) {
         uint32_t read = 0;
-        if (!ReadChunk(request.h, buffer.p, (uint32_t)chunkSize, &read)) {
+        if (!ReadChunk(request, buffer.p, (uint32_t)chunkSize, &read)) {
             // Retried at once, without a pause: the two limits bound the
-            // attempts.
-            failures++;
+            // attempts. A read given up at the time limit or cancelled ends
+            // the download.
+            failures = m_call->abandoned || IsCancelled() ? MAX_FAILURES : failures + 1;
             continue;
         }
         if (failures != 0) {
@@ -120,8 +364,6 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
         else if (answer != 2)
             destination->Write(buffer.p, (int)read);
     }
-    request.Close();
-    root.Close();
 
     if (failures >= MAX_FAILURES || recoveries >= MAX_RECOVERIES)
         return false;

@@ -2,6 +2,26 @@
 // chunk, into a file the caller has opened for writing. A "URL" that cannot be
 // opened as one but names an existing local file is copied instead, so the
 // same call serves disks and network shares.
+//
+// Beyond fetching, a download is bounded so that no server can wedge it:
+// - Time limit (GetTimeLimit, default 30 s): every wait on the server, the
+//   connection and its answer as well as each read of the body, ends after
+//   that long without a byte, and the download then fails. A slow link that
+//   keeps moving (1 KB/s) is never cut.
+// - Redirects: at most 20 are followed; the 21st, or one from an https
+//   address to a plain http one, fails the download.
+// - Cancellation: IsCancelled is asked before each read and every 50 ms while
+//   a wait lasts; true ends the download at once as a failure.
+// - Internet cache: the open flags ask for a cache file; its entry is removed
+//   once the download's handles are closed, so nothing of the resource stays
+//   in the user's cache.
+// Each blocking network call runs on a helper thread of the download, which
+// reads the body up to 64 KB ahead; ReadChunk hands over its results in
+// order. A call abandoned at a limit is left to that thread, which closes
+// the handles when the call returns, if ever. A redirect refused on that
+// thread keeps it parked for the rest of the process (one idle thread, no
+// further requests). The open passes that shared state as its context, not
+// 0, so that the redirect notifications reach it.
 #pragma once
 
 #include <stdint.h>
@@ -38,18 +58,40 @@ public:
     // network layer cannot start, when url neither opens nor names a file (a
     // path ending in "\\" or "/" never does), when the local copy falls short,
     // on ten failed reads in a row or five recoveries, when OnProgress aborts,
-    // or when fewer bytes arrive than announced. Bytes already written stay in
-    // destination.
+    // when fewer bytes arrive than announced, when a wait on the server
+    // passes the time limit, on a refused redirect, or when IsCancelled says
+    // so. Bytes already written stay in destination.
     bool Download(SFile* destination, const char* url, int chunkSize, int userValue);
 
+    enum { DEFAULT_TIME_LIMIT_MS = 30000, MAX_REDIRECTS = 20 };
+    // The longest wait without a byte from the server, in milliseconds;
+    // values below 1 count as 1.
+    void SetTimeLimit(int ms) { m_timeLimit = ms < 1 ? 1 : ms; }
+    int GetTimeLimit() const { return m_timeLimit; }
+
+    // What a download shares with its helper thread (defined with the code).
+    struct _SCall;
+
 protected:
-    // The one read of the download loop (InternetReadFile on the URL handle),
-    // passing its result through. It exists so that a derived class can make
-    // reads fail around real ones, which no real server does on request.
+    // Asked on the downloading thread before each read and while waiting on
+    // the server; true cancels the download (it fails). The base says false.
+    virtual bool IsCancelled();
+
+    // The one read of the download loop: the next result of InternetReadFile
+    // on the URL handle, as the helper got it, passed through (false too when
+    // the wait for it was given up). It exists so that a derived class can
+    // make reads fail around real ones, which no real server does on request.
     virtual bool ReadChunk(void* urlHandle, void* buffer, uint32_t size, uint32_t* read);
 
 private:
+    // The open and the read loop of Download, with the helper running.
+    bool Transfer(SFile* destination, const char* url, int chunkSize, int userValue);
     bool CopyLocal(SFile* destination, const char* path);
+    // Has the helper run op (open or read) and waits for it within the time
+    // limit; false when the call was abandoned.
+    bool Await(int op);
 
     SDisk m_disk;   // tests whether a local path names a file
+    int m_timeLimit = DEFAULT_TIME_LIMIT_MS;
+    _SCall* m_call = nullptr;   // shared with the helper during a download; null otherwise
 };

@@ -54,18 +54,19 @@ SThread::~SThread()
 {
     // The worker's own window dies with its thread; its object is left to it.
     m_threadWnd = nullptr;
-    bool wasAlive = m_alive;
-    if (wasAlive)
-        m_alive = false;
     if (m_handle) {
-        // A thread past its work only has its own clean-up left; forcing it
-        // there could stop it inside the heap, so it gets a moment to finish.
-        if (!wasAlive)
-            WaitForSingleObject(m_handle, 1000);
-        TerminateThread(m_handle, 0);
+        // Forcing a thread can stop it inside the heap or a loader lock, which
+        // would wedge this process later: it gets its chance to stop first.
+        // The handle is signalled only once the thread is really gone.
+        InterlockedExchange(&m_stop, 1);
+        if (WaitForSingleObject(m_handle, STOP_WAIT_MS) != WAIT_OBJECT_0) {
+            TerminateThread(m_handle, 0);
+            WaitForSingleObject(m_handle, STOP_WAIT_MS);
+        }
         CloseHandle(m_handle);
         m_handle = nullptr;
     }
+    m_alive = false;
     FreeSlots();
     if (m_threadId) {
         SWndApp::UnregisterThread(m_threadId);

@@ -4,6 +4,12 @@
 // window. Each object owns a hidden message-only window on the thread that
 // constructed it (the UI side) and, while the worker runs, a second one on
 // the worker (the thread side).
+//
+// Ending is cooperative first: Stop raises a flag that a long Run polls with
+// IsStopRequested at its safe points. The destructor does the same and waits
+// up to STOP_WAIT_MS for the thread to end by itself; only a thread still
+// running after that is ended by force, and the destructor then waits until
+// it is really gone before freeing anything it may touch.
 #pragma once
 
 #include <stdint.h>
@@ -14,13 +20,16 @@
 
 class SThread {
 public:
-    enum { SLOT_COUNT = 32 };
+    enum { SLOT_COUNT = 32, STOP_WAIT_MS = 5000 };
 
     // Creates the UI-side window; call on the UI thread.
     SThread();
-    // Ends a thread that is still running by force (TerminateThread: nothing
-    // the thread held is cleaned up), frees the pending notification values,
-    // releases the worker's thread record and destroys the UI-side window.
+    // Asks a running thread to stop and waits up to STOP_WAIT_MS for it; a
+    // thread still running then is ended by force (TerminateThread: nothing it
+    // held is cleaned up) and waited for. Then frees the pending notification
+    // values, releases the worker's thread record and destroys the UI-side
+    // window. Dispatches no message meanwhile: a Run that sends messages to
+    // this thread's windows is forced to end.
     virtual ~SThread();
 
     // Hooks of the worker, called on the worker thread, empty by default:
@@ -48,8 +57,9 @@ public:
     // yet counts), or when the thread cannot be created.
     bool Start(bool wait);
 
-    // Asks the thread to end: no message loop is entered after Run, a running
-    // loop is told to quit, and the end is signalled to the starting thread's
+    // Asks the thread to end: IsStopRequested turns true for Run to poll, no
+    // message loop is entered after Run, a running loop is told to quit, and
+    // the end is signalled to the starting thread's
     // queue instead of the UI-side window. With wait, blocks until the thread
     // has ended and closes the handle (true); without it the handle stays
     // until a later Stop(true) or the destructor. False when no thread

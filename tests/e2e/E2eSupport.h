@@ -26,12 +26,6 @@ inline std::string BinDir()
     return dir;
 }
 
-inline std::string Env(const char* name)
-{
-    const char* value = getenv(name);
-    return value ? value : "";
-}
-
 // A fresh folder below the system temporary folder, removed with its content
 // when the object goes away. Path() ends in a backslash.
 class TempDir {

@@ -16,6 +16,7 @@ using namespace e2e;
 namespace {
 
 const char* kPayloadText = "payload of version two\r\n";
+const size_t kBigSize = 8000000;
 
 class UpdateInstall : public ::testing::Test {
 protected:
@@ -44,18 +45,32 @@ protected:
     std::string Log() const { return ReadFileText(m_appDir + "SampleApp.log"); }
 
     // Packs version 2 of the application with a data folder into the served
-    // folder; returns the package size.
-    unsigned long ServePackage(const char* name)
+    // folder; returns the package size. With bulk, "bulk\\big.dat" (kBigSize
+    // bytes) comes first and bulk small files follow it in "bulk\\".
+    unsigned long ServePackage(const char* name, int bulk = 0)
     {
         std::string source = m_root / "source\\";
         CreateDirectoryA(source.c_str(), nullptr);
         CreateDirectoryA((source + "data").c_str(), nullptr);
+        SResource writer;
+        writer.SetFolder(source.c_str());
+        if (bulk) {
+            CreateDirectoryA((source + "bulk").c_str(), nullptr);
+            std::string big(kBigSize, 0);
+            for (size_t i = 0, x = 1; i < big.size(); i++)
+                big[i] = (char)((x = x * 1103515245 + 12345) >> 16);
+            EXPECT_TRUE(WriteFileText(source + "bulk\\big.dat", big));
+            writer.Add("bulk\\big.dat", nullptr);
+        }
+        for (int i = 0; i < bulk; i++) {
+            std::string file = "bulk\\" + std::to_string(i) + ".txt";
+            EXPECT_TRUE(WriteFileText(source + file, file));
+            writer.Add(file.c_str(), nullptr);
+        }
         EXPECT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
                               (source + "SampleApp.exe").c_str(), FALSE));
         EXPECT_TRUE(WriteFileText(source + "data\\readme.txt", kPayloadText));
         EXPECT_TRUE(WriteFileText(source + "data\\empty.dat", ""));
-        SResource writer;
-        writer.SetFolder(source.c_str());
         writer.Add("SampleApp.exe", nullptr);
         writer.Add("data\\readme.txt", nullptr);
         writer.Add("data\\empty.dat", nullptr);
@@ -128,44 +143,36 @@ protected:
 TestServers UpdateInstall::s_servers;
 bool UpdateInstall::s_serving = false;
 
-TEST_F(UpdateInstall, InstallsFromNginxAndRestartsTheApplication)
+TEST_F(UpdateInstall, InstallsAndRestartsTheApplication)
 {
-    unsigned long size = ServePackage("app.bin");
-    Process app, updater;
-    StartInstall(&app, &updater, std::to_string(size), s_servers.Nginx("app.bin"));
-    ASSERT_TRUE(updater.Wait(30000)) << "Update.exe did not finish";
-    EXPECT_EQ(updater.ExitCode(), 0u);
-
-    EXPECT_EQ(ReadFileText(AppExe()), ReadFileText(BinDir() + "SampleApp2.exe"));
-    EXPECT_EQ(ReadFileText(m_appDir + "data\\readme.txt"), kPayloadText);
-    EXPECT_TRUE(FileExists(m_appDir + "data\\empty.dat"));
-    EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
-    EXPECT_TRUE(WaitForFileText(m_appDir + "SampleApp.log", "started 2.0.0.0", 10000))
-        << "the new version was not started: " << Log();
-}
-
-TEST_F(UpdateInstall, InstallsWithoutALengthAndFromALocalPath)
-{
-    // Without a Content-Length only the size check decides; a local path is
-    // copied instead of downloaded.
-    unsigned long size = ServePackage("app.bin");
-    for (const std::string& url :
-         {s_servers.Fault("nolength/app.bin"), m_served + "app.bin"}) {
-        SCOPED_TRACE(url);
+    // From nginx; without a Content-Length, where only the size check
+    // decides, with the size read as strtol reads it (leading blanks, a sign,
+    // up to the first non-digit); and from a local path, copied.
+    std::string size = std::to_string(ServePackage("app.bin"));
+    std::pair<std::string, std::string> rounds[] = {
+        {s_servers.Nginx("app.bin"), size},
+        {s_servers.Fault("nolength/app.bin"), " \t+" + size + "x9"},
+        {m_served + "app.bin", size},
+    };
+    for (auto& round : rounds) {
+        SCOPED_TRACE(round.first);
         // The version started by the previous round may still be closing.
         DWORD start = GetTickCount();
         while (!CopyFileA((BinDir() + "SampleApp1.exe").c_str(), AppExe().c_str(), FALSE) &&
                GetTickCount() - start < 10000)
             Sleep(100);
-        ASSERT_EQ(ReadFileText(AppExe()), ReadFileText(BinDir() + "SampleApp1.exe"));
         DeleteFileA((m_appDir + "SampleApp.log").c_str());
+        DeleteFileA((m_appDir + "data\\readme.txt").c_str());
         Process app, updater;
-        StartInstall(&app, &updater, std::to_string(size), url, 500);
+        StartInstall(&app, &updater, round.second, round.first, 500);
         ASSERT_TRUE(updater.Wait(30000)) << "Update.exe did not finish";
         EXPECT_EQ(updater.ExitCode(), 0u);
         EXPECT_EQ(ReadFileText(AppExe()), ReadFileText(BinDir() + "SampleApp2.exe"));
-        EXPECT_TRUE(WaitForFileText(m_appDir + "SampleApp.log", "started 2.0.0.0", 10000));
-        EXPECT_EQ(CountFiles(m_tempDir), 0);
+        EXPECT_EQ(ReadFileText(m_appDir + "data\\readme.txt"), kPayloadText);
+        EXPECT_TRUE(FileExists(m_appDir + "data\\empty.dat"));
+        EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
+        EXPECT_TRUE(WaitForFileText(m_appDir + "SampleApp.log", "started 2.0.0.0", 10000))
+            << "the new version was not started: " << Log();
     }
 }
 
@@ -183,7 +190,9 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
         std::string dest;
         int bar;
     } cases[] = {
-        {"size mismatch", std::to_string(size + 1), s_servers.Nginx("app.bin"), "", -1},
+        {"file smaller than expected", std::to_string(size + 1), s_servers.Nginx("app.bin"), "",
+         -1},
+        {"file larger than expected", std::to_string(size - 1), s_servers.Nginx("app.bin"), "", -1},
         {"not an archive", "18", s_servers.Nginx("notes.txt"), "", -1},
         {"server error", std::to_string(size), s_servers.Fault("status/500"), "", -1},
         {"missing file", std::to_string(size), s_servers.Nginx("missing.bin"), "", -1},
@@ -196,6 +205,43 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
         Process app, updater;
         StartInstall(&app, &updater, c.size, c.url, 500, c.dest);
         ExpectFailedDialog(&updater, c.bar);
+    }
+}
+
+TEST_F(UpdateInstall, ClosingStopsTheInstallWithinASecond)
+{
+    // Closed during a trickling or a stalled download, or as soon as the
+    // unpacking has begun (repeated: the stop races the unpacking), the
+    // program exits at once, leaves no temporary file, starts nothing and
+    // leaves no file cut short.
+    std::string size = std::to_string(ServePackage("bulk.bin", 400));
+    std::string big = m_appDir + "bulk\\big.dat";
+    std::string unpack = s_servers.Nginx("bulk.bin");
+    for (const std::string& url : {s_servers.Fault("trickle/bulk.bin"),
+                                   s_servers.Fault("stall/bulk.bin"), unpack, unpack, unpack}) {
+        SCOPED_TRACE(url);
+        TempDir::RemoveTree(m_appDir + "bulk\\");
+        Process app, updater;
+        StartInstall(&app, &updater, size, url, 500);
+        HWND dialog = WaitForProcessWindow(updater.Id(), "Update", 20000);
+        ASSERT_NE(dialog, nullptr);
+        DWORD start = GetTickCount();
+        while (url == unpack ? !FileExists(big) && GetTickCount() - start < 20000
+                             : GetTickCount() - start < 1500)
+            Sleep(1);
+        DWORD closed = GetTickCount();
+        PostMessageA(dialog, WM_CLOSE, 0, 0);
+        ASSERT_TRUE(updater.Wait(10000)) << "Update.exe still runs after the close";
+        EXPECT_LT(GetTickCount() - closed, 2000u);
+        EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
+        WIN32_FIND_DATAA f;   // every file unpacked is whole
+        HANDLE find = FindFirstFileA((m_appDir + "bulk\\*.*").c_str(), &f);
+        for (BOOL more = find != INVALID_HANDLE_VALUE; more; more = FindNextFileA(find, &f)) {
+            size_t whole = strcmp(f.cFileName, "big.dat") ? 5 + strlen(f.cFileName) : kBigSize;
+            EXPECT_TRUE(f.nFileSizeLow == whole || *f.cFileName == '.') << f.cFileName;
+        }
+        FindClose(find);
+        EXPECT_EQ(Log().find("started 2.0.0.0"), std::string::npos);
     }
 }
 

@@ -1,7 +1,7 @@
 # Update.exe as a whole program under Wine with a display. The installer test
 # starts nginx and the fault server on 127.0.0.1 itself (tests/servers).
 foreach(name UpdateInstall UpdateMake)
-  vx_add_gtest(${name}_test SOURCES ${name}_test.cpp LIBS vx_app vx_resources
+  vx_add_gtest(${name}_test SOURCES ${name}_test.cpp LIBS vx_app vx_resources crypt32
                LABELS e2e gui TIMEOUT 240)
   add_dependencies(${name}_test Update SampleApp1 SampleApp2)
   if(TARGET UpdatePack)

@@ -3,9 +3,12 @@
 // Wine starts Unix programs through CreateProcess but gives no handle to wait
 // on, so the scripts report their ports through files in /tmp/<name>, seen
 // here as Z:\tmp\<name>. Both servers also end by themselves after 300 s.
+// nginx also serves TLS (Https) with a certificate from a CA made for the
+// run, which only this Wine prefix trusts, from Start until Stop.
 #pragma once
 
 #include <stdio.h>
+#include <wincrypt.h>
 #include <windows.h>
 
 #include <string>
@@ -28,11 +31,12 @@ public:
         RunUnix("exec python3 " + m_scripts + "fault_server.py --root " + base +
                 "/www --port-file " + base + "/fault.port --pid-file " + base +
                 "/fault.pid --lifetime 300 >/dev/null");
-        RunUnix("exec bash " + m_scripts + "nginx_server.sh start " + base + "/www " + base +
-                "/nginx 300 >/dev/null");
+        RunUnix("NGINX_TLS=1 exec bash " + m_scripts + "nginx_server.sh start " + base + "/www " +
+                base + "/nginx 300 >/dev/null");
         m_fault = WaitForPort("Z:\\tmp\\" + m_name + "\\fault.port");
         m_nginx = WaitForPort("Z:\\tmp\\" + m_name + "\\nginx\\port");
-        return m_fault && m_nginx;
+        m_tls = WaitForPort("Z:\\tmp\\" + m_name + "\\nginx\\tlsport");
+        return m_fault && m_nginx && m_tls && Trust(true);
     }
 
     // Stops both servers and removes the run's folder.
@@ -41,6 +45,7 @@ public:
         if (!m_started)
             return;
         m_started = false;
+        Trust(false);
         std::string base = "/tmp/" + m_name;
         RunUnix("kill $(cat " + base + "/fault.pid); bash " + m_scripts + "nginx_server.sh stop " +
                 base + "/nginx; rm -rf " + base);
@@ -50,6 +55,10 @@ public:
     std::string Www() const { return "Z:\\tmp\\" + m_name + "\\www\\"; }
     std::string Nginx(const std::string& path) const { return Url(m_nginx, path); }
     std::string Fault(const std::string& path) const { return Url(m_fault, path); }
+    std::string Https(const std::string& path) const
+    {
+        return "https://localhost:" + std::to_string(m_tls) + "/" + path;
+    }
 
 private:
     static std::string Url(int port, const std::string& path)
@@ -71,6 +80,26 @@ private:
         }
     }
 
+    // Adds the run's CA to the prefix's root store, or takes it out again.
+    bool Trust(bool add)
+    {
+        std::string pem(8192, 0);
+        FILE* f = fopen(("Z:\\tmp\\" + m_name + "\\nginx\\tls\\ca.pem").c_str(), "rb");
+        pem.resize(f ? fread(&pem[0], 1, pem.size(), f) : 0);
+        BYTE der[8192];
+        DWORD size = sizeof(der);
+        PCCERT_CONTEXT cert = nullptr;
+        HCERTSTORE store =
+            CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, "Root");
+        bool ok = f && !fclose(f) && store &&
+            CryptStringToBinaryA(pem.c_str(), (DWORD)pem.size(), CRYPT_STRING_BASE64HEADER, der,
+                                 &size, nullptr, nullptr) &&
+            CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, der, size,
+                                             CERT_STORE_ADD_REPLACE_EXISTING, &cert) &&
+            (add ? CertFreeCertificateContext(cert) : CertDeleteCertificateFromStore(cert));
+        return CertCloseStore(store, 0) && ok;
+    }
+
     static int WaitForPort(const std::string& path)
     {
         int port = 0;
@@ -85,6 +114,6 @@ private:
     }
 
     std::string m_scripts, m_name;
-    int m_nginx = 0, m_fault = 0;
+    int m_nginx = 0, m_fault = 0, m_tls = 0;
     bool m_started = false;
 };

@@ -14,6 +14,11 @@
 #       serving, 1 otherwise.
 #       With NGINX_LIMIT_RATE set (e.g. 96k), every response is sent at
 #       that rate.
+#       With NGINX_TLS=1 it also serves ROOT over TLS on a second port
+#       ("tlsport"), with a certificate for localhost signed by a test CA
+#       made for this run (STATE/tls/ca.pem, trusted by nobody until a test
+#       adds it to its own store). There /down/<path> redirects to
+#       http://127.0.0.1:<port>/<path>.
 #   nginx_server.sh stop STATE
 #       Stops the nginx and the watchdog started with that STATE.
 set -u
@@ -35,11 +40,30 @@ accepts() {
     (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null
 }
 
+make_certificates() {
+    local tls=$1/tls
+    mkdir -p "$tls"
+    printf 'basicConstraints=CA:FALSE\nsubjectAltName=IP:127.0.0.1,DNS:localhost\n' >"$tls/ext"
+    openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj "/CN=Vorlix Test CA" \
+        -keyout "$tls/ca.key" -out "$tls/ca.pem" &&
+        openssl req -newkey rsa:2048 -nodes -subj "/CN=localhost" \
+            -keyout "$tls/server.key" -out "$tls/server.csr" &&
+        openssl x509 -req -in "$tls/server.csr" -CA "$tls/ca.pem" -CAkey "$tls/ca.key" \
+            -CAcreateserial -days 2 -extfile "$tls/ext" -out "$tls/server.pem"
+}
+
 write_config() {
-    local state=$1 root=$2 port=$3 user=""
+    local state=$1 root=$2 port=$3 tlsport=$4 user="" tls=""
     # Workers of a root master would otherwise switch to "nobody", which
     # cannot read private temporary folders.
     [ "$(id -u)" = 0 ] && user="user root;"
+    [ -n "$tlsport" ] && tls="server {
+        listen 127.0.0.1:$tlsport ssl;
+        root $root;
+        ssl_certificate $state/tls/server.pem;
+        ssl_certificate_key $state/tls/server.key;
+        location /down/ { rewrite ^/down/(.*)\$ http://127.0.0.1:$port/\$1 redirect; }
+    }"
     cat >"$state/nginx.conf" <<CONF
 $user
 worker_processes 1;
@@ -61,21 +85,26 @@ http {
         ${NGINX_LIMIT_RATE:+limit_rate $NGINX_LIMIT_RATE;}
         location / { }
     }
+    $tls
 }
 CONF
 }
 
 start() {
-    local root state lifetime port pid tries i
+    local root state lifetime port tlsport="" pid tries i
     [ $# -ge 2 ] || die "usage: start ROOT STATE [LIFETIME]"
     root=$(cd "$1" 2>/dev/null && pwd) || die "no folder $1"
     mkdir -p "$2" || die "cannot create $2"
     state=$(cd "$2" && pwd)
     lifetime=${3:-600}
-    rm -f "$state/port" "$state/nginx.pid"
+    rm -f "$state/port" "$state/tlsport" "$state/nginx.pid"
+    if [ "${NGINX_TLS:-}" = 1 ]; then
+        make_certificates "$state" >>"$state/stdout.log" 2>&1 || die "openssl failed"
+    fi
     for tries in 1 2 3 4 5; do
         port=$(free_port) || die "python3 is needed to pick a port"
-        write_config "$state" "$root" "$port"
+        [ "${NGINX_TLS:-}" = 1 ] && tlsport=$(free_port)
+        write_config "$state" "$root" "$port" "$tlsport"
         nginx -e "$state/error.log" -p "$state" -c "$state/nginx.conf" \
             -g "daemon off;" </dev/null >>"$state/stdout.log" 2>&1 &
         pid=$!
@@ -91,6 +120,7 @@ start() {
                     kill -TERM "$pid"
                 ) &
                 echo $! >"$state/watchdog.pid"
+                [ -n "$tlsport" ] && echo "$tlsport" >"$state/tlsport"
                 echo "$port" >"$state/port.tmp"
                 mv "$state/port.tmp" "$state/port"
                 echo "$port"

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 #include <stdio.h>
+#include <windows.h>
+#include <wininet.h>
 
 #include <string>
 #include <vector>
@@ -112,6 +114,50 @@ TEST(SNetworkTest, ProgressComesBeforeEachChunk)
     EXPECT_TRUE(page.Get(g_servers.Fault("missing.bin"), 1024));
     EXPECT_EQ(page.Written(), "not found\n");
     EXPECT_EQ(page.calls.at(0).first, 10);
+}
+
+bool InCache(const std::string& url)
+{
+    DWORD size = 0;
+    return GetUrlCacheEntryInfoA(url.c_str(), nullptr, &size) ||
+        GetLastError() == ERROR_INSUFFICIENT_BUFFER;
+}
+
+TEST(SNetworkTest, ServersThatMisbehaveEndWithinTheLimits)
+{
+    // A wait without a byte ends at the time limit, a 1 KB/s trickle does
+    // not; 20 redirects are followed (http to https among them), the 21st or
+    // one from https to http is not. Nothing stays in the Internet cache.
+    std::string tls = g_servers.Https("tls.bin");
+    Serve("tls.bin", 3000);
+    struct {
+        std::string url;
+        bool result;
+    } cases[] = {
+        {g_servers.Fault("stall/20000"), false},     {g_servers.Fault("silent/1"), false},
+        {g_servers.Fault("trickle/3000"), true},     {g_servers.Fault("loop/1"), false},
+        {g_servers.Fault("hop/19?to=" + tls), true}, {g_servers.Fault("hop/20?to=" + tls), false},
+        {g_servers.Https("down/tls.bin"), false},
+    };
+    for (auto& c : cases) {
+        ProbeNetwork net;
+        net.SetTimeLimit(1500);
+        DWORD start = GetTickCount();
+        EXPECT_EQ(net.Get(c.url, 1024), c.result) << c.url;
+        EXPECT_LT(GetTickCount() - start, 4500u) << c.url;
+        EXPECT_EQ(net.Written() == Pattern(3000), c.result) << c.url;
+    }
+    EXPECT_FALSE(InCache(tls) || InCache(g_servers.Fault("trickle/3000")));
+}
+
+TEST(SNetworkTest, RequestsNameTheAgentAndSendNoCookies)
+{
+    ProbeNetwork cookie, echo;
+    EXPECT_TRUE(cookie.Get(g_servers.Fault("cookie/100"), 1024));
+    EXPECT_TRUE(echo.Get(g_servers.Fault("headers/x"), 1024));
+    std::string headers = echo.Written();
+    EXPECT_NE(headers.find("User-Agent: Vorlix\n"), std::string::npos) << headers;
+    EXPECT_EQ(headers.find("Cookie"), std::string::npos) << headers;
 }
 
 TEST(SNetworkTest, ProgressAnswersDecideTheWrites)

@@ -114,22 +114,36 @@ TEST(SThreadTest, MessageLoopRunsAfterRunUntilQuitOrStop)
     EXPECT_FALSE(t.Stop(true));
 }
 
-TEST(SThreadTest, DestructorEndsARunningThread)
+TEST(SThreadTest, DestructorStopsARunningThreadOrEndsItByForce)
 {
-    HANDLE copy = nullptr;
-    DWORD id = 0;
-    {
-        TestThread t;
-        t.work = [](TestThread&) { return Sleep(INFINITE), false; };
-        ASSERT_TRUE(t.Start(false));
-        ASSERT_TRUE(Until([&] { return t.IsInBody(); }, false));
-        id = t.GetThreadId();
-        DuplicateHandle(GetCurrentProcess(), t.GetHandle(), GetCurrentProcess(), &copy, 0, FALSE,
-                        DUPLICATE_SAME_ACCESS);
+    // A Run that polls the stop ends by itself and enters no loop; one that
+    // never looks is ended after the wait. Either way it is gone on return.
+    for (bool polls : {true, false}) {
+        HANDLE copy = nullptr;
+        DWORD id = 0, start = 0;
+        bool stopped = false;
+        {
+            TestThread t;
+            t.work = [&](TestThread& self) {
+                while (polls && !self.IsStopRequested())
+                    Sleep(10);
+                stopped = polls;
+                return polls ? true : (Sleep(INFINITE), false);
+            };
+            ASSERT_TRUE(t.Start(false));
+            ASSERT_TRUE(Until([&] { return t.IsInBody(); }, false));
+            id = t.GetThreadId();
+            DuplicateHandle(GetCurrentProcess(), t.GetHandle(), GetCurrentProcess(), &copy, 0,
+                            FALSE, DUPLICATE_SAME_ACCESS);
+            start = GetTickCount();
+        }
+        DWORD took = GetTickCount() - start;
+        EXPECT_EQ(WaitForSingleObject(copy, 0), WAIT_OBJECT_0);
+        EXPECT_EQ(stopped, polls);
+        EXPECT_TRUE(polls ? took < 1000 : took >= SThread::STOP_WAIT_MS - 100) << took;
+        EXPECT_EQ(SWndApp::FindThread(id), -1);   // its thread record is released
+        CloseHandle(copy);
     }
-    EXPECT_EQ(WaitForSingleObject(copy, 2000), WAIT_OBJECT_0);
-    EXPECT_EQ(SWndApp::FindThread(id), -1);   // its thread record is released
-    CloseHandle(copy);
 }
 
 }   // namespace
