@@ -3,3 +3,7 @@ vx_add_gtest(core_string_test
   LIBS vx_core
   LABELS unit
   TIMEOUT 60)
+
+vx_add_fuzzer(core_parser_fuzz
+  SOURCES SStringParser_fuzz.cpp
+  LIBS vx_core)
