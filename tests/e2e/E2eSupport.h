@@ -9,6 +9,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -47,32 +48,21 @@ public:
 
     static void RemoveTree(const std::string& folder)
     {
-        WIN32_FIND_DATAA found;
-        HANDLE find = FindFirstFileA((folder + "*").c_str(), &found);
-        if (find != INVALID_HANDLE_VALUE) {
-            do {
-                std::string name = found.cFileName;
-                if (name == "." || name == "..")
-                    continue;
-                std::string path = folder + name;
-                if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-                    RemoveTree(path + "\\");
-                } else {
-                    SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-                    DeleteFileA(path.c_str());
-                }
-            } while (FindNextFileA(find, &found));
-            FindClose(find);
-        }
-        RemoveDirectoryA(folder.c_str());
+        std::error_code error;
+        std::filesystem::remove_all(folder, error);
     }
 
 private:
     std::string m_path;
 };
 
+// Writes the file, creating its missing folders.
 inline bool WriteFileText(const std::string& path, const std::string& bytes)
 {
+    for (size_t i = 3; i < path.size(); i++) {
+        if (path[i] == '\\')
+            CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
+    }
     FILE* file = fopen(path.c_str(), "wb");
     if (!file)
         return false;
@@ -103,16 +93,10 @@ inline bool FileExists(const std::string& path)
 
 inline int CountFiles(const std::string& folder)
 {
+    std::error_code error;
     int count = 0;
-    WIN32_FIND_DATAA found;
-    HANDLE find = FindFirstFileA((folder + "*").c_str(), &found);
-    if (find == INVALID_HANDLE_VALUE)
-        return 0;
-    do {
-        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-            count++;
-    } while (FindNextFileA(find, &found));
-    FindClose(find);
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+        count += entry.is_regular_file();
     return count;
 }
 
@@ -137,32 +121,25 @@ public:
                const std::string& tempFolder = "")
     {
         std::string line = "\"" + exe + "\"" + (arguments.empty() ? "" : " " + arguments);
-        std::vector<char> environment;
-        if (!tempFolder.empty()) {
-            std::string dir = tempFolder;
-            if (dir.size() > 3 && dir.back() == '\\')
-                dir.pop_back();
-            char* block = GetEnvironmentStringsA();
-            for (const char* p = block; *p; p += strlen(p) + 1) {
-                if (!_strnicmp(p, "TEMP=", 5) || !_strnicmp(p, "TMP=", 4))
-                    continue;
-                environment.insert(environment.end(), p, p + strlen(p) + 1);
-            }
-            FreeEnvironmentStringsA(block);
-            for (const char* name : {"TEMP=", "TMP="}) {
-                std::string entry = name + dir;
-                environment.insert(environment.end(), entry.begin(), entry.end());
-                environment.push_back('\0');
-            }
-            environment.push_back('\0');
+        // The child inherits TEMP and TMP, set here for the moment of its start.
+        std::string dir = tempFolder, old[2];
+        if (dir.size() > 3 && dir.back() == '\\')
+            dir.pop_back();
+        const char* names[2] = {"TEMP", "TMP"};
+        for (int i = 0; i < 2 && !dir.empty(); i++) {
+            old[i].resize(GetEnvironmentVariableA(names[i], &old[i][0], 0));
+            GetEnvironmentVariableA(names[i], &old[i][0], (DWORD)old[i].size());
+            old[i].resize(strlen(old[i].c_str()));
+            SetEnvironmentVariableA(names[i], dir.c_str());
         }
         STARTUPINFOA startup;
         memset(&startup, 0, sizeof(startup));
         startup.cb = sizeof(startup);
-        m_startTick = GetTickCount();
-        return CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, FALSE, 0,
-                              environment.empty() ? nullptr : environment.data(), nullptr, &startup,
-                              &m_info) != FALSE;
+        bool started = CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, FALSE, 0, nullptr,
+                                      nullptr, &startup, &m_info) != FALSE;
+        for (int i = 0; i < 2 && !dir.empty(); i++)
+            SetEnvironmentVariableA(names[i], old[i].c_str());
+        return started;
     }
 
     // True when the program ended within timeoutMs.
@@ -181,11 +158,9 @@ public:
         return code;
     }
     DWORD Id() const { return m_info.dwProcessId; }
-    DWORD StartTick() const { return m_startTick; }
 
 private:
     PROCESS_INFORMATION m_info;
-    DWORD m_startTick = 0;
 };
 
 inline std::string WindowText(HWND window)
@@ -278,6 +253,42 @@ inline bool WaitForFileText(const std::string& path, const std::string& text, DW
     return false;
 }
 
+// Waits until a child of the window reads text, for at most timeoutMs.
+inline bool WaitForChildText(HWND parent, const std::string& text, DWORD timeoutMs)
+{
+    DWORD start = GetTickCount();
+    do {
+        std::vector<std::string> texts = ChildTexts(parent);
+        if (std::find(texts.begin(), texts.end(), text) != texts.end())
+            return true;
+        Sleep(100);
+    } while (GetTickCount() - start < timeoutMs);
+    return false;
+}
+
+// Makes dir (ending in "\\") an installed version 1 of the sample application
+// with updater as its Update.exe and an empty "temp\\" folder; restarted, the
+// application logs its start and ends at once.
+inline bool PrepareApp(const std::string& dir, const std::string& updater)
+{
+    return WriteFileText(dir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n") &&
+        CreateDirectoryA((dir + "temp").c_str(), nullptr) &&
+        CopyFileA((BinDir() + "SampleApp1.exe").c_str(), (dir + "SampleApp.exe").c_str(), FALSE) &&
+        CopyFileA(updater.c_str(), (dir + "Update.exe").c_str(), FALSE);
+}
+
+// Starts the Update.exe of an application folder made by PrepareApp with its
+// four arguments quoted as given (the destination is dir unless dest names
+// one), its temporary folder dir + "temp\\".
+inline bool StartUpdate(Process* updater, const std::string& dir, const std::string& size,
+                        const std::string& url, const std::string& dest = "")
+{
+    return updater->Start(dir + "Update.exe",
+                          "\"" + size + "\" \"" + url + "\" \"" + (dest.empty() ? dir : dest) +
+                              "\" \"" + dir + "SampleApp.exe\"",
+                          dir + "temp\\");
+}
+
 // What a console tool printed and its exit code (0xDEAD when it did not end
 // within 60 s and was stopped).
 struct PackResult {
@@ -330,16 +341,6 @@ inline std::string Quote(const std::string& path)
     if (!text.empty() && text.back() == '\\')
         text.pop_back();
     return "\"" + text + "\"";
-}
-
-// Writes the file, creating its missing folders.
-inline bool PutFile(const std::string& path, const std::string& bytes)
-{
-    for (size_t i = 3; i < path.size(); i++) {
-        if (path[i] == '\\')
-            CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
-    }
-    return WriteFileText(path, bytes);
 }
 
 }   // namespace e2e
