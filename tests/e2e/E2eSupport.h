@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -18,13 +20,8 @@ namespace e2e {
 inline std::string BinDir()
 {
     std::string dir = VX_BIN_DIR;
-    for (char& c : dir) {
-        if (c == '/')
-            c = '\\';
-    }
-    if (dir.back() != '\\')
-        dir += '\\';
-    return dir;
+    std::replace(dir.begin(), dir.end(), '/', '\\');
+    return dir.back() == '\\' ? dir : dir + '\\';
 }
 
 // A fresh folder below the system temporary folder, removed with its content
@@ -63,26 +60,25 @@ inline bool WriteFileText(const std::string& path, const std::string& bytes)
         if (path[i] == '\\')
             CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
     }
-    FILE* file = fopen(path.c_str(), "wb");
-    if (!file)
-        return false;
-    size_t written = fwrite(bytes.data(), 1, bytes.size(), file);
-    fclose(file);
-    return written == bytes.size();
+    std::ofstream file(path, std::ios::binary);
+    return file.write(bytes.data(), (std::streamsize)bytes.size()).flush().good();
 }
 
 inline std::string ReadFileText(const std::string& path)
 {
-    std::string bytes;
-    FILE* file = fopen(path.c_str(), "rb");
-    if (!file)
-        return bytes;
-    char buffer[65536];
-    size_t read;
-    while ((read = fread(buffer, 1, sizeof(buffer), file)) > 0)
-        bytes.append(buffer, read);
-    fclose(file);
-    return bytes;
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+// Polls done() every 50 ms for at most timeoutMs.
+template <class Done>
+bool WaitUntil(Done done, DWORD timeoutMs)
+{
+    for (DWORD start = GetTickCount(); !done(); Sleep(50)) {
+        if (GetTickCount() - start >= timeoutMs)
+            return false;
+    }
+    return true;
 }
 
 inline bool FileExists(const std::string& path)
@@ -173,68 +169,46 @@ inline std::string WindowText(HWND window)
     return text;
 }
 
-struct WindowSearch {
-    DWORD processId;
-    const char* title;       // exact title, or null for any
-    const char* className;   // exact class, or null for any
-    bool visibleOnly;
-    HWND found;
-};
-
-inline BOOL CALLBACK FindWindowStep(HWND window, LPARAM data)
+inline BOOL CALLBACK CollectWindow(HWND window, LPARAM data)
 {
-    WindowSearch* search = (WindowSearch*)data;
-    DWORD owner = 0;
-    GetWindowThreadProcessId(window, &owner);
-    if (owner != search->processId)
-        return TRUE;
-    if (search->visibleOnly && !IsWindowVisible(window))
-        return TRUE;
-    char text[256] = "";
-    GetWindowTextA(window, text, sizeof(text));
-    if (search->title && strcmp(text, search->title) != 0)
-        return TRUE;
-    char className[256] = "";
-    GetClassNameA(window, className, sizeof(className));
-    if (search->className && strcmp(className, search->className) != 0)
-        return TRUE;
-    search->found = window;
-    return FALSE;
+    ((std::vector<HWND>*)data)->push_back(window);
+    return TRUE;
 }
 
-// A top-level window of the process with that title (and class), or null.
+// A top-level window of the process with that title and class (null for
+// any), or null.
 inline HWND FindProcessWindow(DWORD processId, const char* title, const char* className = nullptr,
                               bool visibleOnly = true)
 {
-    WindowSearch search = {processId, title, className, visibleOnly, nullptr};
-    EnumWindows(FindWindowStep, (LPARAM)&search);
-    return search.found;
+    std::vector<HWND> windows;
+    EnumWindows(CollectWindow, (LPARAM)&windows);
+    for (HWND window : windows) {
+        DWORD owner = 0;
+        char text[256] = "", name[256] = "";
+        GetWindowThreadProcessId(window, &owner);
+        GetWindowTextA(window, text, sizeof(text));
+        GetClassNameA(window, name, sizeof(name));
+        if (owner == processId && (!visibleOnly || IsWindowVisible(window)) &&
+            (!title || !strcmp(text, title)) && (!className || !strcmp(name, className)))
+            return window;
+    }
+    return nullptr;
 }
 
 // Polls for the window for at most timeoutMs.
 inline HWND WaitForProcessWindow(DWORD processId, const char* title, DWORD timeoutMs,
                                  const char* className = nullptr)
 {
-    DWORD start = GetTickCount();
-    do {
-        HWND window = FindProcessWindow(processId, title, className);
-        if (window)
-            return window;
-        Sleep(50);
-    } while (GetTickCount() - start < timeoutMs);
-    return nullptr;
-}
-
-inline BOOL CALLBACK CollectChild(HWND window, LPARAM data)
-{
-    ((std::vector<HWND>*)data)->push_back(window);
-    return TRUE;
+    HWND window = nullptr;
+    WaitUntil([&] { return (window = FindProcessWindow(processId, title, className)) != nullptr; },
+              timeoutMs);
+    return window;
 }
 
 inline std::vector<std::string> ChildTexts(HWND parent)
 {
     std::vector<HWND> children;
-    EnumChildWindows(parent, CollectChild, (LPARAM)&children);
+    EnumChildWindows(parent, CollectWindow, (LPARAM)&children);
     std::vector<std::string> texts;
     for (HWND child : children)
         texts.push_back(WindowText(child));
@@ -244,26 +218,18 @@ inline std::vector<std::string> ChildTexts(HWND parent)
 // Waits until a file holds text, for at most timeoutMs.
 inline bool WaitForFileText(const std::string& path, const std::string& text, DWORD timeoutMs)
 {
-    DWORD start = GetTickCount();
-    do {
-        if (ReadFileText(path).find(text) != std::string::npos)
-            return true;
-        Sleep(50);
-    } while (GetTickCount() - start < timeoutMs);
-    return false;
+    return WaitUntil([&] { return ReadFileText(path).find(text) != std::string::npos; }, timeoutMs);
 }
 
 // Waits until a child of the window reads text, for at most timeoutMs.
 inline bool WaitForChildText(HWND parent, const std::string& text, DWORD timeoutMs)
 {
-    DWORD start = GetTickCount();
-    do {
-        std::vector<std::string> texts = ChildTexts(parent);
-        if (std::find(texts.begin(), texts.end(), text) != texts.end())
-            return true;
-        Sleep(100);
-    } while (GetTickCount() - start < timeoutMs);
-    return false;
+    return WaitUntil(
+        [&] {
+            std::vector<std::string> texts = ChildTexts(parent);
+            return std::find(texts.begin(), texts.end(), text) != texts.end();
+        },
+        timeoutMs);
 }
 
 // Makes dir (ending in "\\") an installed version 1 of the sample application

@@ -133,10 +133,9 @@ TEST_F(UpdateInstall, InstallsAndRestartsTheApplication)
     for (auto& round : rounds) {
         SCOPED_TRACE(round.first);
         // The version started by the previous round may still be closing.
-        DWORD start = GetTickCount();
-        while (!CopyFileA((BinDir() + "SampleApp1.exe").c_str(), AppExe().c_str(), FALSE) &&
-               GetTickCount() - start < 10000)
-            Sleep(100);
+        WaitUntil(
+            [&] { return CopyFileA((BinDir() + "SampleApp1.exe").c_str(), AppExe().c_str(), 0); },
+            10000);
         DeleteFileA((m_appDir + "SampleApp.log").c_str());
         DeleteFileA((m_appDir + "data\\readme.txt").c_str());
         Process app, updater;

@@ -70,16 +70,6 @@ protected:
 TestServers UpdateSign::s_servers;
 bool UpdateSign::s_serving = false;
 
-// Variants of the signed package: each must be refused by verify --key and by
-// a stamped Update.exe, without a crash or a hang.
-struct Variant {
-    const char* name;
-    int at;            // a byte to flip; from the end when negative; 0 none
-    int cut;           // bytes removed from the end
-    uint32_t length;   // a new trailer length field, 0 to keep
-    int tail;          // only this many bytes at the end are kept, 0 all
-};
-
 TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
 {
     ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("unsigned.bin").c_str(), FALSE));
@@ -127,16 +117,24 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     const std::string good = ReadFileText(Www("signed.bin"));
     ASSERT_TRUE(CopyFileA(Www("unsigned.bin").c_str(), Www("own-peer.bin").c_str(), FALSE));
     ASSERT_EQ(Peer("sign " + Unix("own-peer.bin") + " " + Unix("own.pem")), 0);
-    const Variant variants[] = {
-        {"ignored header byte", 5, 0, 0, 0},
-        {"entry byte", (int)good.size() / 2, 0, 0, 0},
-        {"signature byte", -40, 0, 0, 0},
-        {"key id byte", -70, 0, 0, 0},
-        {"magic byte", -80, 0, 0, 0},
-        {"trailer cut", 0, 10, 0, 0},
-        {"huge length", 0, 0, 0xFFFFFFFF, 0},
-        {"length past the start", 0, 0, (uint32_t)good.size() + 8, 0},
-        {"trailer longer than the file", 0, 0, 0, 50},
+    // Variants of the signed package: each must be refused by verify --key
+    // and by the stamped Update.exe, without a crash or a hang.
+    auto flip = [&](size_t at) {
+        return good.substr(0, at) + (char)(good[at] ^ 0x20) + good.substr(at + 1);
+    };
+    auto length = [&](uint32_t n) {
+        return good.substr(0, good.size() - 4) + std::string((const char*)&n, 4);
+    };
+    const std::pair<const char*, std::string> variants[] = {
+        {"ignored header byte", flip(5)},
+        {"entry byte", flip(good.size() / 2)},
+        {"signature byte", flip(good.size() - 40)},
+        {"key id byte", flip(good.size() - 70)},
+        {"magic byte", flip(good.size() - 80)},
+        {"trailer cut", good.substr(0, good.size() - 10)},
+        {"huge length", length(0xFFFFFFFF)},
+        {"length past the start", length((uint32_t)good.size() + 8)},
+        {"trailer longer than the file", good.substr(good.size() - 50)},
     };
     struct Run {
         std::string file, dir;
@@ -144,15 +142,9 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         Process updater;
     } runs[14];
     int count = 0;
-    for (const Variant& v : variants) {
-        std::string bytes = good.substr(v.tail ? good.size() - (size_t)v.tail : 0,
-                                        v.tail ? (size_t)v.tail : good.size() - (size_t)v.cut);
-        if (v.at)
-            bytes[(size_t)(v.at > 0 ? v.at : (int)bytes.size() + v.at)] ^= 0x20;
-        for (int i = 0; v.length && i < 4; i++)
-            bytes[bytes.size() - 4 + (size_t)i] = (char)(v.length >> (8 * i));
-        runs[count].file = std::string("bad ") + v.name + ".bin";
-        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), bytes));
+    for (const auto& variant : variants) {
+        runs[count].file = std::string("bad ") + variant.first + ".bin";
+        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), variant.second));
     }
     runs[count++].file = "unsigned.bin";
     runs[count++].file = "peer.bin";   // signed by another key
