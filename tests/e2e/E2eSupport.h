@@ -9,6 +9,9 @@
 #include <string.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -17,13 +20,8 @@ namespace e2e {
 inline std::string BinDir()
 {
     std::string dir = VX_BIN_DIR;
-    for (char& c : dir) {
-        if (c == '/')
-            c = '\\';
-    }
-    if (dir.back() != '\\')
-        dir += '\\';
-    return dir;
+    std::replace(dir.begin(), dir.end(), '/', '\\');
+    return dir.back() == '\\' ? dir : dir + '\\';
 }
 
 // A fresh folder below the system temporary folder, removed with its content
@@ -47,52 +45,40 @@ public:
 
     static void RemoveTree(const std::string& folder)
     {
-        WIN32_FIND_DATAA found;
-        HANDLE find = FindFirstFileA((folder + "*").c_str(), &found);
-        if (find != INVALID_HANDLE_VALUE) {
-            do {
-                std::string name = found.cFileName;
-                if (name == "." || name == "..")
-                    continue;
-                std::string path = folder + name;
-                if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-                    RemoveTree(path + "\\");
-                } else {
-                    SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-                    DeleteFileA(path.c_str());
-                }
-            } while (FindNextFileA(find, &found));
-            FindClose(find);
-        }
-        RemoveDirectoryA(folder.c_str());
+        std::error_code error;
+        std::filesystem::remove_all(folder, error);
     }
 
 private:
     std::string m_path;
 };
 
+// Writes the file, creating its missing folders.
 inline bool WriteFileText(const std::string& path, const std::string& bytes)
 {
-    FILE* file = fopen(path.c_str(), "wb");
-    if (!file)
-        return false;
-    size_t written = fwrite(bytes.data(), 1, bytes.size(), file);
-    fclose(file);
-    return written == bytes.size();
+    for (size_t i = 3; i < path.size(); i++) {
+        if (path[i] == '\\')
+            CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
+    }
+    std::ofstream file(path, std::ios::binary);
+    return file.write(bytes.data(), (std::streamsize)bytes.size()).flush().good();
 }
 
 inline std::string ReadFileText(const std::string& path)
 {
-    std::string bytes;
-    FILE* file = fopen(path.c_str(), "rb");
-    if (!file)
-        return bytes;
-    char buffer[65536];
-    size_t read;
-    while ((read = fread(buffer, 1, sizeof(buffer), file)) > 0)
-        bytes.append(buffer, read);
-    fclose(file);
-    return bytes;
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+// Polls done() every 50 ms for at most timeoutMs.
+template <class Done>
+bool WaitUntil(Done done, DWORD timeoutMs)
+{
+    for (DWORD start = GetTickCount(); !done(); Sleep(50)) {
+        if (GetTickCount() - start >= timeoutMs)
+            return false;
+    }
+    return true;
 }
 
 inline bool FileExists(const std::string& path)
@@ -103,16 +89,10 @@ inline bool FileExists(const std::string& path)
 
 inline int CountFiles(const std::string& folder)
 {
+    std::error_code error;
     int count = 0;
-    WIN32_FIND_DATAA found;
-    HANDLE find = FindFirstFileA((folder + "*").c_str(), &found);
-    if (find == INVALID_HANDLE_VALUE)
-        return 0;
-    do {
-        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-            count++;
-    } while (FindNextFileA(find, &found));
-    FindClose(find);
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+        count += entry.is_regular_file();
     return count;
 }
 
@@ -137,32 +117,25 @@ public:
                const std::string& tempFolder = "")
     {
         std::string line = "\"" + exe + "\"" + (arguments.empty() ? "" : " " + arguments);
-        std::vector<char> environment;
-        if (!tempFolder.empty()) {
-            std::string dir = tempFolder;
-            if (dir.size() > 3 && dir.back() == '\\')
-                dir.pop_back();
-            char* block = GetEnvironmentStringsA();
-            for (const char* p = block; *p; p += strlen(p) + 1) {
-                if (!_strnicmp(p, "TEMP=", 5) || !_strnicmp(p, "TMP=", 4))
-                    continue;
-                environment.insert(environment.end(), p, p + strlen(p) + 1);
-            }
-            FreeEnvironmentStringsA(block);
-            for (const char* name : {"TEMP=", "TMP="}) {
-                std::string entry = name + dir;
-                environment.insert(environment.end(), entry.begin(), entry.end());
-                environment.push_back('\0');
-            }
-            environment.push_back('\0');
+        // The child inherits TEMP and TMP, set here for the moment of its start.
+        std::string dir = tempFolder, old[2];
+        if (dir.size() > 3 && dir.back() == '\\')
+            dir.pop_back();
+        const char* names[2] = {"TEMP", "TMP"};
+        for (int i = 0; i < 2 && !dir.empty(); i++) {
+            old[i].resize(GetEnvironmentVariableA(names[i], &old[i][0], 0));
+            GetEnvironmentVariableA(names[i], &old[i][0], (DWORD)old[i].size());
+            old[i].resize(strlen(old[i].c_str()));
+            SetEnvironmentVariableA(names[i], dir.c_str());
         }
         STARTUPINFOA startup;
         memset(&startup, 0, sizeof(startup));
         startup.cb = sizeof(startup);
-        m_startTick = GetTickCount();
-        return CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, FALSE, 0,
-                              environment.empty() ? nullptr : environment.data(), nullptr, &startup,
-                              &m_info) != FALSE;
+        bool started = CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, FALSE, 0, nullptr,
+                                      nullptr, &startup, &m_info) != FALSE;
+        for (int i = 0; i < 2 && !dir.empty(); i++)
+            SetEnvironmentVariableA(names[i], old[i].c_str());
+        return started;
     }
 
     // True when the program ended within timeoutMs.
@@ -181,11 +154,9 @@ public:
         return code;
     }
     DWORD Id() const { return m_info.dwProcessId; }
-    DWORD StartTick() const { return m_startTick; }
 
 private:
     PROCESS_INFORMATION m_info;
-    DWORD m_startTick = 0;
 };
 
 inline std::string WindowText(HWND window)
@@ -198,68 +169,46 @@ inline std::string WindowText(HWND window)
     return text;
 }
 
-struct WindowSearch {
-    DWORD processId;
-    const char* title;       // exact title, or null for any
-    const char* className;   // exact class, or null for any
-    bool visibleOnly;
-    HWND found;
-};
-
-inline BOOL CALLBACK FindWindowStep(HWND window, LPARAM data)
+inline BOOL CALLBACK CollectWindow(HWND window, LPARAM data)
 {
-    WindowSearch* search = (WindowSearch*)data;
-    DWORD owner = 0;
-    GetWindowThreadProcessId(window, &owner);
-    if (owner != search->processId)
-        return TRUE;
-    if (search->visibleOnly && !IsWindowVisible(window))
-        return TRUE;
-    char text[256] = "";
-    GetWindowTextA(window, text, sizeof(text));
-    if (search->title && strcmp(text, search->title) != 0)
-        return TRUE;
-    char className[256] = "";
-    GetClassNameA(window, className, sizeof(className));
-    if (search->className && strcmp(className, search->className) != 0)
-        return TRUE;
-    search->found = window;
-    return FALSE;
+    ((std::vector<HWND>*)data)->push_back(window);
+    return TRUE;
 }
 
-// A top-level window of the process with that title (and class), or null.
+// A top-level window of the process with that title and class (null for
+// any), or null.
 inline HWND FindProcessWindow(DWORD processId, const char* title, const char* className = nullptr,
                               bool visibleOnly = true)
 {
-    WindowSearch search = {processId, title, className, visibleOnly, nullptr};
-    EnumWindows(FindWindowStep, (LPARAM)&search);
-    return search.found;
+    std::vector<HWND> windows;
+    EnumWindows(CollectWindow, (LPARAM)&windows);
+    for (HWND window : windows) {
+        DWORD owner = 0;
+        char text[256] = "", name[256] = "";
+        GetWindowThreadProcessId(window, &owner);
+        GetWindowTextA(window, text, sizeof(text));
+        GetClassNameA(window, name, sizeof(name));
+        if (owner == processId && (!visibleOnly || IsWindowVisible(window)) &&
+            (!title || !strcmp(text, title)) && (!className || !strcmp(name, className)))
+            return window;
+    }
+    return nullptr;
 }
 
 // Polls for the window for at most timeoutMs.
 inline HWND WaitForProcessWindow(DWORD processId, const char* title, DWORD timeoutMs,
                                  const char* className = nullptr)
 {
-    DWORD start = GetTickCount();
-    do {
-        HWND window = FindProcessWindow(processId, title, className);
-        if (window)
-            return window;
-        Sleep(50);
-    } while (GetTickCount() - start < timeoutMs);
-    return nullptr;
-}
-
-inline BOOL CALLBACK CollectChild(HWND window, LPARAM data)
-{
-    ((std::vector<HWND>*)data)->push_back(window);
-    return TRUE;
+    HWND window = nullptr;
+    WaitUntil([&] { return (window = FindProcessWindow(processId, title, className)) != nullptr; },
+              timeoutMs);
+    return window;
 }
 
 inline std::vector<std::string> ChildTexts(HWND parent)
 {
     std::vector<HWND> children;
-    EnumChildWindows(parent, CollectChild, (LPARAM)&children);
+    EnumChildWindows(parent, CollectWindow, (LPARAM)&children);
     std::vector<std::string> texts;
     for (HWND child : children)
         texts.push_back(WindowText(child));
@@ -269,13 +218,41 @@ inline std::vector<std::string> ChildTexts(HWND parent)
 // Waits until a file holds text, for at most timeoutMs.
 inline bool WaitForFileText(const std::string& path, const std::string& text, DWORD timeoutMs)
 {
-    DWORD start = GetTickCount();
-    do {
-        if (ReadFileText(path).find(text) != std::string::npos)
-            return true;
-        Sleep(50);
-    } while (GetTickCount() - start < timeoutMs);
-    return false;
+    return WaitUntil([&] { return ReadFileText(path).find(text) != std::string::npos; }, timeoutMs);
+}
+
+// Waits until a child of the window reads text, for at most timeoutMs.
+inline bool WaitForChildText(HWND parent, const std::string& text, DWORD timeoutMs)
+{
+    return WaitUntil(
+        [&] {
+            std::vector<std::string> texts = ChildTexts(parent);
+            return std::find(texts.begin(), texts.end(), text) != texts.end();
+        },
+        timeoutMs);
+}
+
+// Makes dir (ending in "\\") an installed version 1 of the sample application
+// with updater as its Update.exe and an empty "temp\\" folder; restarted, the
+// application logs its start and ends at once.
+inline bool PrepareApp(const std::string& dir, const std::string& updater)
+{
+    return WriteFileText(dir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n") &&
+        CreateDirectoryA((dir + "temp").c_str(), nullptr) &&
+        CopyFileA((BinDir() + "SampleApp1.exe").c_str(), (dir + "SampleApp.exe").c_str(), FALSE) &&
+        CopyFileA(updater.c_str(), (dir + "Update.exe").c_str(), FALSE);
+}
+
+// Starts the Update.exe of an application folder made by PrepareApp with its
+// four arguments quoted as given (the destination is dir unless dest names
+// one), its temporary folder dir + "temp\\".
+inline bool StartUpdate(Process* updater, const std::string& dir, const std::string& size,
+                        const std::string& url, const std::string& dest = "")
+{
+    return updater->Start(dir + "Update.exe",
+                          "\"" + size + "\" \"" + url + "\" \"" + (dest.empty() ? dir : dest) +
+                              "\" \"" + dir + "SampleApp.exe\"",
+                          dir + "temp\\");
 }
 
 // What a console tool printed and its exit code (0xDEAD when it did not end
@@ -330,16 +307,6 @@ inline std::string Quote(const std::string& path)
     if (!text.empty() && text.back() == '\\')
         text.pop_back();
     return "\"" + text + "\"";
-}
-
-// Writes the file, creating its missing folders.
-inline bool PutFile(const std::string& path, const std::string& bytes)
-{
-    for (size_t i = 3; i < path.size(); i++) {
-        if (path[i] == '\\')
-            CreateDirectoryA(path.substr(0, i).c_str(), nullptr);
-    }
-    return WriteFileText(path, bytes);
 }
 
 }   // namespace e2e

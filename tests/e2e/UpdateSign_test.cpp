@@ -20,12 +20,9 @@ protected:
     {
         ASSERT_TRUE(s_serving) << "the test servers did not start";
         // Version 2 of the application, packed signed by our key and unsigned.
-        ASSERT_TRUE(PutFile(m_root / "src\\data\\readme.txt", "version two"));
+        ASSERT_TRUE(WriteFileText(m_root / "src\\data\\readme.txt", "version two"));
         ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
                               (m_root / "src\\SampleApp.exe").c_str(), FALSE));
-        // Each test makes its own keys: keygen never overwrites one.
-        for (const char* key : {"own.pem", "own.pub"})
-            DeleteFileA(Www(key).c_str());
         ASSERT_EQ(Pack("keygen " + Quote(Www("own.pem")) + " " + Quote(Www("own.pub"))).code, 0u);
         ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("signed.upd")) +
                        " --sign " + Quote(Www("own.pem")))
@@ -48,22 +45,15 @@ protected:
         return path;
     }
 
-    // Runs sign_peer.py; Wine gives no handle on a Unix program, so its exit
-    // code comes back through a file. -1 when it does not end within 30 s.
+    // Runs sign_peer.py; its exit code comes back through a file. -1 when it
+    // does not end within 30 s.
     int Peer(const std::string& arguments)
     {
         static int round = 0;
         std::string done = "done" + std::to_string(++round);
-        std::string line = "/bin/sh -c \"python3 " + std::string(VX_SOURCE_DIR).substr(2) +
-            "/tests/e2e/sign_peer.py " + arguments + "; echo $? >" + Unix(done.c_str()) + "\"";
-        STARTUPINFOA si = {};
-        si.cb = sizeof(si);
-        PROCESS_INFORMATION pi = {};
-        if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si,
-                            &pi))
-            return -1;
-        CloseHandle(pi.hThread);
-        CloseHandle(pi.hProcess);
+        TestServers::RunUnix("python3 " + std::string(VX_SOURCE_DIR).substr(2) +
+                             "/tests/e2e/sign_peer.py " + arguments + "; echo $? >" +
+                             Unix(done.c_str()));
         for (int i = 0; i < 300; i++, Sleep(100)) {
             std::string code = ReadFileText(Www(done.c_str()));
             if (!code.empty() && code.back() == '\n')
@@ -80,8 +70,9 @@ protected:
 TestServers UpdateSign::s_servers;
 bool UpdateSign::s_serving = false;
 
-TEST_F(UpdateSign, KeysAndSignaturesAgreeWithAnIndependentSigner)
+TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
 {
+    ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("unsigned.bin").c_str(), FALSE));
     const std::string signedPackage = ReadFileText(Www("signed.bin"));
     EXPECT_EQ(ReadFileText(Www("signed.upd")),
               "1.0.0.0\r\n" + std::to_string(signedPackage.size()) + "\r\n");
@@ -117,39 +108,33 @@ TEST_F(UpdateSign, KeysAndSignaturesAgreeWithAnIndependentSigner)
     EXPECT_EQ(
         Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pub")) + " --resign").code,
         1u);
-}
 
-// Variants of the signed package: each must be refused by verify --key and by
-// a stamped Update.exe, without a crash or a hang.
-struct Variant {
-    const char* name;
-    int at;            // a byte to flip; from the end when negative; 0 none
-    int cut;           // bytes removed from the end
-    uint32_t length;   // a new trailer length field, 0 to keep
-    int tail;          // only this many bytes at the end are kept, 0 all
-};
-
-TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
-{
+    // The stamped Update.exe.
     ASSERT_EQ(Pack("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) +
                    " -o " + Quote(m_root / "Stamped.exe"))
                   .code,
               0u);
     const std::string good = ReadFileText(Www("signed.bin"));
-    ASSERT_TRUE(WriteFileText(Www("peer.bin"), ReadFileText(Www("plain.bin"))));
-    ASSERT_EQ(Peer("sign " + Unix("peer.bin") + " " + Unix("own.pem")), 0);
-    ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("other.bin").c_str(), FALSE));
-    ASSERT_EQ(Peer("sign " + Unix("other.bin") + " " + Unix("py.pem")), 0);
-    const Variant variants[] = {
-        {"ignored header byte", 5, 0, 0, 0},
-        {"entry byte", (int)good.size() / 2, 0, 0, 0},
-        {"signature byte", -40, 0, 0, 0},
-        {"key id byte", -70, 0, 0, 0},
-        {"magic byte", -80, 0, 0, 0},
-        {"trailer cut", 0, 10, 0, 0},
-        {"huge length", 0, 0, 0xFFFFFFFF, 0},
-        {"length past the start", 0, 0, (uint32_t)good.size() + 8, 0},
-        {"trailer longer than the file", 0, 0, 0, 50},
+    ASSERT_TRUE(CopyFileA(Www("unsigned.bin").c_str(), Www("own-peer.bin").c_str(), FALSE));
+    ASSERT_EQ(Peer("sign " + Unix("own-peer.bin") + " " + Unix("own.pem")), 0);
+    // Variants of the signed package: each must be refused by verify --key
+    // and by the stamped Update.exe, without a crash or a hang.
+    auto flip = [&](size_t at) {
+        return good.substr(0, at) + (char)(good[at] ^ 0x20) + good.substr(at + 1);
+    };
+    auto length = [&](uint32_t n) {
+        return good.substr(0, good.size() - 4) + std::string((const char*)&n, 4);
+    };
+    const std::pair<const char*, std::string> variants[] = {
+        {"ignored header byte", flip(5)},
+        {"entry byte", flip(good.size() / 2)},
+        {"signature byte", flip(good.size() - 40)},
+        {"key id byte", flip(good.size() - 70)},
+        {"magic byte", flip(good.size() - 80)},
+        {"trailer cut", good.substr(0, good.size() - 10)},
+        {"huge length", length(0xFFFFFFFF)},
+        {"length past the start", length((uint32_t)good.size() + 8)},
+        {"trailer longer than the file", good.substr(good.size() - 50)},
     };
     struct Run {
         std::string file, dir;
@@ -157,22 +142,16 @@ TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
         Process updater;
     } runs[14];
     int count = 0;
-    for (const Variant& v : variants) {
-        std::string bytes = good.substr(v.tail ? good.size() - (size_t)v.tail : 0,
-                                        v.tail ? (size_t)v.tail : good.size() - (size_t)v.cut);
-        if (v.at)
-            bytes[(size_t)(v.at > 0 ? v.at : (int)bytes.size() + v.at)] ^= 0x20;
-        for (int i = 0; v.length && i < 4; i++)
-            bytes[bytes.size() - 4 + (size_t)i] = (char)(v.length >> (8 * i));
-        runs[count].file = std::string("bad ") + v.name + ".bin";
-        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), bytes));
+    for (const auto& variant : variants) {
+        runs[count].file = std::string("bad ") + variant.first + ".bin";
+        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), variant.second));
     }
-    runs[count++].file = "plain.bin";
-    runs[count++].file = "other.bin";
+    runs[count++].file = "unsigned.bin";
+    runs[count++].file = "peer.bin";   // signed by another key
     // Accepted: signed by the key, from nginx (by the other signer) and from
     // a local path; and an Update.exe without a key takes a signed package.
     for (int kind = 0; kind < 3; kind++) {
-        runs[count].file = kind ? "signed.bin" : "peer.bin";
+        runs[count].file = kind ? "signed.bin" : "own-peer.bin";
         runs[count].local = kind == 1;
         runs[count].stamped = kind != 2;
         runs[count++].accept = true;
@@ -187,19 +166,10 @@ TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
             EXPECT_EQ(verified.code, 1u) << verified.out << verified.err;
         }
         run.dir = m_root / ("app" + std::to_string(i) + "\\").c_str();
-        ASSERT_TRUE(PutFile(run.dir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n") &&
-                    CreateDirectoryA((run.dir + "temp").c_str(), nullptr));
-        ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp1.exe").c_str(),
-                              (run.dir + "SampleApp.exe").c_str(), FALSE) &&
-                    CopyFileA(run.stamped ? (m_root / "Stamped.exe").c_str()
-                                          : (BinDir() + "Update.exe").c_str(),
-                              (run.dir + "Update.exe").c_str(), FALSE));
-        ASSERT_TRUE(run.updater.Start(run.dir + "Update.exe",
-                                      Quote(std::to_string(ReadFileText(package).size())) + " " +
-                                          Quote(run.local ? package : s_servers.Nginx(run.file)) +
-                                          " " + Quote(run.dir) + " " +
-                                          Quote(run.dir + "SampleApp.exe"),
-                                      run.dir + "temp\\"));
+        ASSERT_TRUE(
+            PrepareApp(run.dir, run.stamped ? m_root / "Stamped.exe" : BinDir() + "Update.exe"));
+        ASSERT_TRUE(StartUpdate(&run.updater, run.dir, std::to_string(ReadFileText(package).size()),
+                                run.local ? package : s_servers.Nginx(run.file)));
     }
     for (int i = 0; i < count; i++) {
         Run& run = runs[i];
@@ -211,13 +181,8 @@ TEST_F(UpdateSign, StampedUpdateInstallsOnlyWhatItsKeySigned)
         } else {
             HWND dialog = WaitForProcessWindow(run.updater.Id(), "Update", 30000);
             ASSERT_NE(dialog, nullptr);
-            bool failed = false;
-            for (int wait = 0; wait < 300 && !failed; wait++) {
-                for (const std::string& text : ChildTexts(dialog))
-                    failed = failed || text == "Failed.";
-                Sleep(failed ? 0 : 100);
-            }
-            EXPECT_TRUE(failed) << "label never read \"Failed.\"";
+            EXPECT_TRUE(WaitForChildText(dialog, "Failed.", 30000))
+                << "label never read \"Failed.\"";
             PostMessageA(dialog, WM_CLOSE, 0, 0);
             EXPECT_TRUE(run.updater.Wait(20000));
             EXPECT_FALSE(FileExists(run.dir + "data\\readme.txt"));

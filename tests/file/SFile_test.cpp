@@ -12,15 +12,9 @@
 
 namespace {
 
-TEST(SFileMemTest, CapacityWritesSeeksAndReads)
+TEST(SFileMemTest, GrowthWritesSeeksAndReads)
 {
     SFileMem file;
-    const int sizes[][2] = {{0, 1024}, {1023, 1024}, {1024, 2048}, {-7, 1024}};
-    for (auto& s : sizes) {
-        ASSERT_TRUE(file.SetEmptySize(s[0]));
-        EXPECT_EQ(file.GetCapacity(), s[1]) << s[0];
-    }
-    file.Close();
     for (int i = 1; i <= 3; i++) {
         file.Fill('x', 1000);
         EXPECT_EQ(file.GetCapacity(), (i * 1000 / 1024 + 1) * 1024);   // never doubled
@@ -91,14 +85,13 @@ TEST(SFileTest, LinesStringsAndText)
     EXPECT_STREQ(stream.ReadText(100).Text(), "def");
 }
 
+// The first match at or after from, where a prefix of the pattern at the very
+// end counts.
 int NaiveFind(const std::string& data, int from, const std::string& pattern)
 {
-    for (int c = from; c < (int)data.size(); c++) {
-        size_t i = 0;
-        while (i < pattern.size() && c + i < data.size() && data[c + i] == pattern[i])
-            i++;
-        if (i == pattern.size() || c + i == data.size())
-            return c;
+    for (size_t c = (size_t)from; c < data.size(); c++) {
+        if (data.compare(c, pattern.size(), pattern, 0, data.size() - c) == 0)
+            return (int)c;
     }
     return -1;
 }
@@ -134,8 +127,7 @@ TEST(SFileTest, FindCountsPrefixAtEndAsMatch)
         stream.readLimit = 7;
         Put(stream.inner, data);
         Put(file, data);
-        file.Seek(from);
-        stream.Seek(from);
+        file.Seek(from), stream.Seek(from);
         int expect = NaiveFind(data, from, pattern);
         ASSERT_EQ(file.Find(pattern.data(), length), expect) << data << " / " << pattern;
         ASSERT_EQ(stream.Find(pattern.data(), length), expect) << data << " / " << pattern;
@@ -222,6 +214,7 @@ size_t ChunksEnd(const std::string& stream, int chunks)
 
 std::vector<int> g_calls;
 int g_stopAt = -1;
+// Records a progress call; stops at call g_stopAt.
 bool Record(int thousandths, int value)
 {
     EXPECT_EQ(value, 77);
@@ -229,44 +222,30 @@ bool Record(int thousandths, int value)
     return (int)g_calls.size() - 1 != g_stopAt;
 }
 
-// Runs operation with the progress calls recorded, stopping at call stopAt.
-template <class Operation>
-int Recorded(int stopAt, Operation operation)
-{
-    g_calls.clear();
-    g_stopAt = stopAt;
-    int result = operation();
-    g_stopAt = -1;
-    return result;
-}
-
 TEST(SFileCompressTest, ProgressReportsAndStops)
 {
+    // Stopping leaves what was written, and the packing source after it
+    // although chunks were read ahead.
     std::string raw = MixedData(250000, 9), p = ChunkStream(raw);
-    SFileMem source, out, packed;
+    SFileMem source, packed, out;
     Put(source, raw);
-    source.SetCompressProgress(Record);
-    Recorded(-1, [&] { return source.Compress(&out, -1, 77); });
-    EXPECT_EQ(g_calls, (std::vector<int> {0, 400, 800}));
-    // Stopping leaves what was written, and the source after it although
-    // chunks were read ahead.
-    for (int stop : {0, 2}) {
-        source.Rewind();
-        out.Close();
-        EXPECT_EQ(Recorded(stop, [&] { return source.Compress(&out, -1, 77); }), 0);
-        EXPECT_EQ(source.Tell(), stop * 100000);
-        EXPECT_EQ(Contents(out), p.substr(0, ChunksEnd(p, stop)));
-    }
-
     Put(packed, p);
+    source.SetCompressProgress(Record);
     packed.SetUncompressProgress(Record);
-    out.Close();
-    EXPECT_EQ(Recorded(-1, [&] { return packed.Uncompress(&out, 77); }), 250000);
-    EXPECT_EQ(g_calls, (std::vector<int> {0, 333, 666}));
-    packed.Rewind();
-    out.Close();
-    EXPECT_EQ(Recorded(1, [&] { return packed.Uncompress(&out, 77); }), 0);
-    EXPECT_EQ(out.Size(), 100000);
+    const int packing[] = {0, 400, 800}, unpacking[] = {0, 333, 666};
+    for (int stop : {-1, 0, 2}) {
+        g_calls.clear(), g_stopAt = stop, source.Rewind(), out.Close();
+        EXPECT_EQ(source.Compress(&out, -1, 77), stop < 0 ? (int)p.size() : 0);
+        EXPECT_EQ(source.Tell(), stop < 0 ? 250000 : stop * 100000);
+        EXPECT_EQ(Contents(out), stop < 0 ? p : p.substr(0, ChunksEnd(p, stop)));
+        EXPECT_EQ(g_calls, std::vector<int>(packing, packing + (stop < 0 ? 3 : stop + 1)));
+    }
+    for (int stop : {-1, 1}) {
+        g_calls.clear(), g_stopAt = stop, packed.Rewind(), out.Close();
+        EXPECT_EQ(packed.Uncompress(&out, 77), stop < 0 ? 250000 : 0);
+        EXPECT_EQ(out.Size(), stop < 0 ? 250000 : 100000);
+        EXPECT_EQ(g_calls, std::vector<int>(unpacking, unpacking + (stop < 0 ? 3 : stop + 1)));
+    }
 }
 
 std::string Chunk(uint32_t raw, uint32_t packed, const std::string& bytes = "")

@@ -23,5 +23,4 @@ if(WIN32)
     TIMEOUT 120)
 endif()
 
-vx_add_fuzzer(SFile_uncompress_fuzz SOURCES SFile_uncompress_fuzz.cpp LIBS vx_file)
 vx_add_fuzzer(SIni_fuzz SOURCES SIni_fuzz.cpp LIBS vx_file)

@@ -60,13 +60,8 @@ public:
         return "https://localhost:" + std::to_string(m_tls) + "/" + path;
     }
 
-private:
-    static std::string Url(int port, const std::string& path)
-    {
-        return "http://127.0.0.1:" + std::to_string(port) + "/" + path;
-    }
-
-    // Starts "/bin/sh -c script" without waiting for it.
+    // Starts "/bin/sh -c script" without waiting for it (Wine gives no
+    // handle on a Unix program).
     static void RunUnix(const std::string& script)
     {
         std::string line = "/bin/sh -c \"PATH=/usr/sbin:/usr/bin:/bin:$PATH; " + script + "\"";
@@ -78,6 +73,12 @@ private:
             CloseHandle(pi.hThread);
             CloseHandle(pi.hProcess);
         }
+    }
+
+private:
+    static std::string Url(int port, const std::string& path)
+    {
+        return "http://127.0.0.1:" + std::to_string(port) + "/" + path;
     }
 
     // Adds the run's CA to the prefix's root store, or takes it out again.

