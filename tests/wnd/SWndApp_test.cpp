@@ -53,15 +53,17 @@ TEST(SWndApp, StateAfterInitAndThreadTable)
     EXPECT_FALSE(SWndApp::Init(GetModuleHandleA(nullptr), false, false, false));
 
     EXPECT_EQ(SWndApp::FindThread(GetCurrentThreadId()), 0);
-    // Slot 0 is taken: 255 further threads fit, the 256th does not.
-    for (DWORD id = 1000; id < 1255; id++)
+    // Slot 0 is taken: 255 further threads fit, the 256th does not. The ids
+    // lie far above Wine's, so none is this thread's own (already counted).
+    const DWORD base = 0x40000000, extra = base + 1000;
+    for (DWORD id = base; id < base + 255; id++)
         ASSERT_TRUE(SWndApp::RegisterThread(id)) << id;
-    EXPECT_FALSE(SWndApp::RegisterThread(5000));
-    EXPECT_TRUE(SWndApp::UnregisterThread(1100) && SWndApp::RegisterThread(5000));
+    EXPECT_FALSE(SWndApp::RegisterThread(extra));
+    EXPECT_TRUE(SWndApp::UnregisterThread(base + 100) && SWndApp::RegisterThread(extra));
     EXPECT_FALSE(SWndApp::UnregisterThread(GetCurrentThreadId()));
-    for (DWORD id = 1000; id < 1255; id++)
+    for (DWORD id = base; id < base + 255; id++)
         SWndApp::UnregisterThread(id);
-    SWndApp::UnregisterThread(5000);
+    SWndApp::UnregisterThread(extra);
 }
 
 void CountIdle(void* arg)

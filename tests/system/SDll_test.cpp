@@ -1,0 +1,44 @@
+#include "system/SDll.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const char* kLibrary = VX_BIN_DIR "/vx_testlib.dll";
+
+bool Exists(const SString& path)
+{
+    return GetFileAttributesA(path.Text()) != INVALID_FILE_ATTRIBUTES;
+}
+
+TEST(SDll, LoadsFreesAndDeletesItsCopies)
+{
+    SDll dll;
+    EXPECT_FALSE(dll.Free());
+    ASSERT_TRUE(dll.Load(kLibrary));
+    auto add = (int (*)(int, int))dll.GetProc("vx_testlib_add");
+    ASSERT_NE(add, nullptr);
+    EXPECT_EQ(add(2, 40), 42);
+    EXPECT_EQ(dll.GetHandles().GetCount(), 1);
+    EXPECT_TRUE(dll.Free());
+    EXPECT_EQ(GetModuleHandleA(kLibrary), nullptr);
+    EXPECT_EQ(dll.GetProc("vx_testlib_add"), nullptr);
+
+    // A copy is loaded in place of the original; a failed load, like Free,
+    // unloads it and deletes it, and so does the destructor.
+    ASSERT_TRUE(dll.LoadCopy(kLibrary));
+    SString copy = dll.GetCopyPath();
+    EXPECT_TRUE(Exists(copy));
+    EXPECT_EQ(GetModuleHandleA(kLibrary), nullptr);
+    EXPECT_FALSE(dll.Load(VX_BIN_DIR "/vx_no_such_library.dll"));
+    EXPECT_FALSE(Exists(copy));
+    EXPECT_TRUE(dll.GetCopyPath().IsEmpty());
+    {
+        SDll scoped;
+        ASSERT_TRUE(scoped.LoadCopy(kLibrary));
+        copy = scoped.GetCopyPath();
+    }
+    EXPECT_FALSE(Exists(copy));
+}
+
+}   // namespace
