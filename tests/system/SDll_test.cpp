@@ -22,6 +22,7 @@ TEST(SDll, LoadsFreesAndDeletesItsCopies)
     EXPECT_EQ(dll.GetHandles().GetCount(), 1);
     EXPECT_TRUE(dll.Free());
     EXPECT_EQ(GetModuleHandleA(kLibrary), nullptr);
+    EXPECT_EQ(dll.GetHandles().GetCount(), 0);
     EXPECT_EQ(dll.GetProc("vx_testlib_add"), nullptr);
 
     // A copy is loaded in place of the original; a failed load, like Free,
