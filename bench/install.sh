@@ -76,6 +76,12 @@ t0=$(now)
 "$root/scripts/wine-run" "$bin/SampleApp1.exe" --hold 0
 wine_start=$(echo "$(now) - $t0" | bc)
 
+# The floor program, also run once untimed: the first WinINet use in a fresh
+# prefix sets up its cache and settings, which neither timed program should pay.
+x86_64-w64-mingw32-g++-posix -O2 -static -o "$work/floor.exe" "$root/bench/floor.cpp" -lwininet
+"$root/scripts/wine-run" "$work/floor.exe" "http://127.0.0.1:$port/app.bin" "$(winpath "$work/floor.bin")"
+rm -f "$work/floor.bin"
+
 best_update=999999
 peak_kb=0
 for run in $(seq "$runs"); do
@@ -106,7 +112,6 @@ done
 
 # The floor: the installer's own WinINet calls in a bare program (download
 # into a file, 1024-byte reads), then UpdatePack extract of the package.
-x86_64-w64-mingw32-g++-posix -O2 -static -o "$work/floor.exe" "$root/bench/floor.cpp" -lwininet
 best_floor=999999
 best_floor_download=0
 for run in $(seq "$runs"); do

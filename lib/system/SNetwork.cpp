@@ -56,11 +56,14 @@ void EmptyCacheFile(const char* path)
 // options nor when its handle is closed, so the blocking calls run on a
 // helper thread and the download only waits for them. Once the body is
 // asked for, the helper reads ahead into a ring of blocks (at most
-// READ_AHEAD bytes), so that the two threads do not meet for every block;
-// the download takes the results in order, each as the read produced it. The
-// state lives until both have let go of it; the lock guards every field.
+// READ_AHEAD bytes); the download takes the results in order, each as the
+// read produced it. Each side sleeps only at an end of the ring and is woken
+// when it is half way back (a full ring half emptied, an empty one half
+// filled), so that the threads meet once per half ring, not once per block:
+// a wake-up per 1024-byte block cost more than the read itself. The state
+// lives until both have let go of it; the lock guards every field.
 struct SNetwork::_SCall {
-    enum { MAX_SLOTS = 64, READ_AHEAD = 65536 };
+    enum { MAX_SLOTS = 256, READ_AHEAD = 262144 };
     CRITICAL_SECTION lock;
     CONDITION_VARIABLE changed;
     int refs = 2;   // the download and the helper
@@ -69,6 +72,8 @@ struct SNetwork::_SCall {
     bool abandoned = false;   // the download has given up; the helper finishes
     bool refused = false;     // a redirect over the limit or to plain http
     bool ended = false;       // reading ahead stopped: end of data or ten failures
+    bool paused = false;      // the helper waits for the ring to be half empty
+    bool hungry = false;      // the download waits for the ring to be half full
     int redirects = 0;
     SString url;                     // the address asked for, then each redirect's target
     HINTERNET root = nullptr;        // owned by whoever finishes the call
@@ -119,7 +124,7 @@ struct SNetwork::_SCall {
     }
 
     // True while the helper has nothing to do.
-    bool Idle() const { return op == OP_IDLE || (op == OP_READ && (count == slots || ended)); }
+    bool Idle() const { return op == OP_IDLE || (op == OP_READ && (paused || ended)); }
 
     static DWORD WINAPI Helper(void* arg);
     static void CALLBACK Status(HINTERNET, DWORD_PTR context, DWORD status, void* info, DWORD);
@@ -162,8 +167,11 @@ DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
             call->count++;
             call->failuresInRow = ok ? 0 : call->failuresInRow + 1;
             call->ended = (ok && read == 0) || call->failuresInRow >= MAX_FAILURES;
+            call->paused = call->count == call->slots;
         }
-        if (doing == OP_OPEN || call->count == 1 || call->ended)
+        // A failed read wakes the download at once; it decides on retries.
+        if (doing == OP_OPEN || call->ended || !ok ||
+            (call->hungry && call->count >= (call->slots + 1) / 2))
             WakeAllConditionVariable(&call->changed);
     }
     bool abandoned = call->abandoned;
@@ -236,7 +244,11 @@ bool SNetwork::Await(int op)
             call->abandoned = true;
             WakeAllConditionVariable(&call->changed);
         } else {
+            // Woken when the ring is half full, or after a step with
+            // whatever a slow link has brought by then.
+            call->hungry = op == OP_READ;
             SleepConditionVariableCS(&call->changed, &call->lock, WAIT_STEP_MS);
+            call->hungry = false;
         }
     }
     bool done = !call->abandoned;
@@ -258,9 +270,10 @@ bool SNetwork::ReadChunk(void* urlHandle, void* buffer, uint32_t size, uint32_t*
         *read = got < size ? got : size;
         memcpy(buffer, call->buffer.p + (size_t)call->head * call->size, *read);
         call->head = (call->head + 1) % call->slots;
-        // The helper waits only on a full ring.
-        if (call->count-- == call->slots)
+        if (--call->count <= call->slots / 2 && call->paused) {
+            call->paused = false;
             WakeAllConditionVariable(&call->changed);
+        }
     }
     LeaveCriticalSection(&call->lock);
     return ok;

@@ -16,12 +16,12 @@
 //   once the download's handles are closed, so nothing of the resource stays
 //   in the user's cache.
 // Each blocking network call runs on a helper thread of the download, which
-// reads the body up to 64 KB ahead; ReadChunk hands over its results in
-// order. A call abandoned at a limit is left to that thread, which closes
-// the handles when the call returns, if ever. A redirect refused on that
-// thread keeps it parked for the rest of the process (one idle thread, no
-// further requests). The open passes that shared state as its context, not
-// 0, so that the redirect notifications reach it.
+// reads the body up to 256 KB ahead; ReadChunk hands over its results in
+// order, and the two threads meet once per half of that, not per block. A call abandoned at a limit
+// is left to that thread, which closes the handles when the call returns, if ever. A redirect
+// refused on that thread keeps it parked for the rest of the process (one idle thread, no further
+// requests). The open passes that shared state as its context, not 0, so that the redirect
+// notifications reach it.
 #pragma once
 
 #include <stdint.h>
