@@ -17,23 +17,18 @@ TEST(SDll, LoadsFreesAndDeletesItsCopies)
     EXPECT_FALSE(dll.Free());
     ASSERT_TRUE(dll.Load(kLibrary));
     auto add = (int (*)(int, int))dll.GetProc("vx_testlib_add");
-    ASSERT_NE(add, nullptr);
-    EXPECT_EQ(add(2, 40), 42);
-    EXPECT_EQ(dll.GetHandles().GetCount(), 1);
+    ASSERT_TRUE(add && add(2, 40) == 42 && dll.GetHandles().GetCount() == 1);
     EXPECT_TRUE(dll.Free());
-    EXPECT_EQ(GetModuleHandleA(kLibrary), nullptr);
-    EXPECT_EQ(dll.GetHandles().GetCount(), 0);
-    EXPECT_EQ(dll.GetProc("vx_testlib_add"), nullptr);
+    EXPECT_TRUE(!GetModuleHandleA(kLibrary) && dll.GetHandles().GetCount() == 0 &&
+                !dll.GetProc("vx_testlib_add"));
 
     // A copy is loaded in place of the original; a failed load, like Free,
     // unloads it and deletes it, and so does the destructor.
     ASSERT_TRUE(dll.LoadCopy(kLibrary));
     SString copy = dll.GetCopyPath();
-    EXPECT_TRUE(Exists(copy));
-    EXPECT_EQ(GetModuleHandleA(kLibrary), nullptr);
+    EXPECT_TRUE(Exists(copy) && !GetModuleHandleA(kLibrary));
     EXPECT_FALSE(dll.Load(VX_BIN_DIR "/vx_no_such_library.dll"));
-    EXPECT_FALSE(Exists(copy));
-    EXPECT_TRUE(dll.GetCopyPath().IsEmpty());
+    EXPECT_TRUE(!Exists(copy) && dll.GetCopyPath().IsEmpty());
     {
         SDll scoped;
         ASSERT_TRUE(scoped.LoadCopy(kLibrary));

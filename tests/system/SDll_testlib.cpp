@@ -1,4 +1,3 @@
-// A tiny library for the loader's tests.
 extern "C" __declspec(dllexport) int vx_testlib_add(int a, int b)
 {
     return a + b;

@@ -8,28 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "wnd/SWndApp.h"
+#include "../wnd/WndTestSupport.h"
 
 namespace {
 
-class App : public ::testing::Environment {
-    void SetUp() override { SWndApp::Init(GetModuleHandleA(nullptr), true, false, false); }
-    void TearDown() override { SWndApp::Exit(); }
-};
-const auto* const g_app = ::testing::AddGlobalTestEnvironment(new App());
-
-// Waits up to 5 s for done(), dispatching this thread's messages or not.
-bool Until(const std::function<bool()>& done, bool pump = true)
-{
-    MSG msg;
-    for (DWORD start = GetTickCount(); GetTickCount() - start < 5000; Sleep(5)) {
-        while (pump && PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE))
-            DispatchMessageA(&msg);
-        if (done())
-            return true;
-    }
-    return false;
-}
+const auto* const g_app = ::testing::AddGlobalTestEnvironment(new WndEnvironment());
 
 // Each hook records its name and notifies with its own code.
 class TestThread : public SThread {
@@ -70,11 +53,11 @@ TEST(SThreadTest, NotificationsArriveInOrderWhileInTheBody)
         t.notes.clear();
         t.hooks.clear();
         ASSERT_TRUE(t.Start(false));
-        ASSERT_TRUE(Until([&] { return !t.IsAlive(); }, false));
+        ASSERT_TRUE(PumpUntil([&] { return !t.IsAlive(); }, 5000, false));
         // Ended, but until the end message is handled the handle stays.
         EXPECT_NE(t.GetHandle(), nullptr);
         EXPECT_FALSE(t.Start(false));
-        ASSERT_TRUE(Until([&] { return !t.GetHandle(); }));
+        ASSERT_TRUE(PumpUntil([&] { return !t.GetHandle(); }, 5000));
         EXPECT_EQ(t.hooks, "start run loopend exit");
         EXPECT_EQ(t.notifiedOn, GetCurrentThreadId());
         // run's note and codes 0 to 30 fill the 32 slots; start's never counts.
@@ -92,7 +75,7 @@ TEST(SThreadTest, NotificationsArriveInOrderWhileInTheBody)
     ASSERT_TRUE(t.Start(true));
     EXPECT_GE(GetTickCount() - start, 150u);
     EXPECT_TRUE(!t.IsAlive() && !t.GetHandle() && t.notes.empty());
-    ASSERT_TRUE(Until([&] { return t.notes.size() == 2; }));
+    ASSERT_TRUE(PumpUntil([&] { return t.notes.size() == 2; }, 5000));
     EXPECT_EQ(t.notes[1].first, 102);
 }
 
@@ -101,14 +84,14 @@ TEST(SThreadTest, MessageLoopRunsAfterRunUntilQuitOrStop)
     TestThread t;
     t.work = [](TestThread&) { return true; };
     ASSERT_TRUE(t.Start(false));
-    ASSERT_TRUE(Until([&] { return t.IsInLoop(); }, false));
+    ASSERT_TRUE(PumpUntil([&] { return t.IsInLoop(); }, 5000, false));
     t.NotifyThread(5, 9);   // answered with a quit message
-    ASSERT_TRUE(Until([&] { return !t.GetHandle(); }));
+    ASSERT_TRUE(PumpUntil([&] { return !t.GetHandle(); }, 5000));
     EXPECT_EQ(t.threadValue, 9);
     EXPECT_EQ(t.threadNotifiedOn, t.worker);
 
     ASSERT_TRUE(t.Start(false));
-    ASSERT_TRUE(Until([&] { return t.IsInLoop(); }, false));
+    ASSERT_TRUE(PumpUntil([&] { return t.IsInLoop(); }, 5000, false));
     ASSERT_TRUE(t.Stop(true));
     EXPECT_TRUE(!t.IsAlive() && !t.GetHandle());
     EXPECT_FALSE(t.Stop(true));
@@ -131,7 +114,7 @@ TEST(SThreadTest, DestructorStopsARunningThreadOrEndsItByForce)
                 return polls ? true : (Sleep(INFINITE), false);
             };
             ASSERT_TRUE(t.Start(false));
-            ASSERT_TRUE(Until([&] { return t.IsInBody(); }, false));
+            ASSERT_TRUE(PumpUntil([&] { return t.IsInBody(); }, 5000, false));
             id = t.GetThreadId();
             DuplicateHandle(GetCurrentProcess(), t.GetHandle(), GetCurrentProcess(), &copy, 0,
                             FALSE, DUPLICATE_SAME_ACCESS);

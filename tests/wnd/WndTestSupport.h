@@ -14,20 +14,20 @@ public:
     void TearDown() override { SWndApp::Exit(); }
 };
 
-// Dispatches waiting messages until done() holds or ms milliseconds passed;
-// returns done().
+// Dispatches waiting messages (none when pump is false) until done() holds or
+// ms milliseconds passed; returns done().
 template <class Done>
-bool PumpUntil(Done done, DWORD ms = 3000)
+bool PumpUntil(Done done, DWORD ms = 3000, bool pump = true)
 {
     DWORD start = GetTickCount();
     while (!done() && GetTickCount() - start < ms) {
         MSG msg;
-        while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {
+        while (pump && PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {
             TranslateMessage(&msg);
             DispatchMessageA(&msg);
         }
         if (!done())
-            MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
+            pump ? (void)MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT) : Sleep(5);
     }
     return done();
 }
