@@ -124,6 +124,11 @@ void SWndDialog::ScaleToDisplay()
     int dpi = screen ? GetDeviceCaps(screen, LOGPIXELSY) : 96;
     if (screen)
         ReleaseDC(nullptr, screen);
+    ScaleToDisplay(dpi);
+}
+
+void SWndDialog::ScaleToDisplay(int dpi)
+{
     if (dpi <= 96)
         return;
     ScaleForDisplay(&m_desc.GetDialog(), dpi);

@@ -74,6 +74,10 @@ public:
     // The description the dialog was built from (empty before a build), its
     // positions scaled from 96 dots per inch to the display's.
     const SWndDialogDesc& GetDesc() const { return m_desc; }
+    // Scales the description's positions from 96 dots per inch to dpi,
+    // rounding to the nearest pixel; at 96 or below nothing changes. Building
+    // scales to the display's own.
+    void ScaleToDisplay(int dpi);
     // The status bar made from DIALOG_STATUSBARTEXT, or null.
     SWnd* GetStatusBar() const { return m_statusBar; }
     // The brush of BACKCOLOR, or null when the dialog keeps the default.

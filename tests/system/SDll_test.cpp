@@ -6,13 +6,9 @@ namespace {
 
 const char* kLibrary = VX_BIN_DIR "/vx_testlib.dll";
 
-bool Exists(const SString& path)
-{
-    return GetFileAttributesA(path.Text()) != INVALID_FILE_ATTRIBUTES;
-}
-
 TEST(SDll, LoadsFreesAndDeletesItsCopies)
 {
+    auto Exists = [](const SString& path) { return GetFileAttributesA(path.Text()) != ~0u; };
     SDll dll;
     EXPECT_FALSE(dll.Free());
     ASSERT_TRUE(dll.Load(kLibrary));

@@ -95,22 +95,25 @@ TEST(SWndDialog, BuildsHiddenDialogAndItsControls)
                 window.top == 30);
     EXPECT_EQ(GetWindowLongA(hwnd, GWL_EXSTYLE) & (WS_EX_TOPMOST | WS_EX_ACCEPTFILES),
               WS_EX_TOPMOST);
-    char className[32];
-    GetClassNameA(hwnd, className, sizeof(className));
-    EXPECT_STREQ(className, "CLASS_SWND");
-    EXPECT_EQ(dialog.GetText(), "Probe");
+    EXPECT_TRUE(ClassOf(dialog) == "CLASS_SWND" && dialog.GetText() == "Probe");
 
     ASSERT_EQ(dialog.GetRowCount(), 4);
-    EXPECT_EQ(dialog.FindById(2), dialog.FindByName("CANCEL"));
-    EXPECT_EQ(dialog.FindByName("ok"), nullptr);
+    EXPECT_TRUE(dialog.FindById(2) == dialog.FindByName("CANCEL") && !dialog.FindByName("ok"));
     // Two controls named alike: the earlier one is found.
     SWnd* twin = dialog.FindByName("TWIN");
     EXPECT_TRUE(dialog.GetRow(twin) == 2 && dialog.GetRow(&dialog) == -1);
 
     // A type without its own class is a plain child with position and caption.
-    GetClassNameA(twin->GetHandle(), className, sizeof(className));
-    EXPECT_STREQ(className, "CLASS_SWND");
+    EXPECT_EQ(ClassOf(*twin), "CLASS_SWND");
     EXPECT_TRUE(twin->GetText() == "tree text" && ChildRect(twin, hwnd).left == 10);
+
+    // Positions are pixels at 96 dots per inch, rounded when scaled.
+    const SWndDialogEntry &box = dialog.GetDesc().GetDialog(),
+                          *field = dialog.GetDesc().GetControl(3);
+    dialog.ScaleToDisplay(72);
+    dialog.ScaleToDisplay(144);
+    EXPECT_TRUE(box.x == 60 && box.y == 45 && box.width == 450 && box.height == 248);
+    EXPECT_TRUE(field->x == 210 && field->y == 15 && field->width == 150 && field->height == 33);
 
     // A dialog with a window refuses a second build.
     EXPECT_TRUE(!dialog.Build(Text("")) && dialog.Count(SWM_DIALOGREADY) == 1);

@@ -65,13 +65,6 @@ public:
     bool Saw(UINT msg) const { return std::find(seen.begin(), seen.end(), msg) != seen.end(); }
 };
 
-std::string ClassOf(const SWnd& wnd)
-{
-    char name[32] = "";
-    GetClassNameA(wnd.GetHandle(), name, sizeof(name));
-    return name;
-}
-
 TEST(SWnd, CreateMessagePreFilterAndDestroy)
 {
     // A refused window is destroyed unseen: no WM_DESTROY, no table entry.

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
+#include "wnd/SWnd.h"
 #include "wnd/SWndApp.h"
 
 class WndEnvironment : public ::testing::Environment {
@@ -30,6 +33,14 @@ bool PumpUntil(Done done, DWORD ms = 3000, bool pump = true)
             pump ? (void)MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT) : Sleep(5);
     }
     return done();
+}
+
+// The window class name of the object's window.
+inline std::string ClassOf(const SWnd& wnd)
+{
+    char name[32] = "";
+    GetClassNameA(wnd.GetHandle(), name, sizeof(name));
+    return name;
 }
 
 // Takes a WM_QUIT left in the queue; true when there was one.
