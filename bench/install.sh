@@ -83,8 +83,13 @@ x86_64-w64-mingw32-g++-posix -O2 -static -o "$work/floor.exe" "$root/bench/floor
 rm -f "$work/floor.bin"
 
 best_update=999999
+# One install; with "memory" it also polls the resident high-water mark of
+# the Update.exe process. That poll starts several programs every 20 ms and
+# competes for the two processors, so timed runs only watch the log, with no
+# program started until it exists, and the memory is taken in a run of its own.
 peak_kb=0
-for run in $(seq "$runs"); do
+install_run() {
+    local run=$1 memory=${2:-}
     app=$work/app$run
     mkdir -p "$app"
     cp "$bin/SampleApp1.exe" "$app/SampleApp.exe"
@@ -93,10 +98,12 @@ for run in $(seq "$runs"); do
     t0=$(now)
     "$root/scripts/wine-run" "$app/Update.exe" "$package_size" \
         "http://127.0.0.1:$port/app.bin" "$(winpath "$app/")" "$(winpath "$app/SampleApp.exe")" &
-    # Poll the resident high-water mark of the Update.exe process until it ends.
-    while ! grep -q "started 2.0.0.0" "$app/SampleApp.log" 2>/dev/null; do
+    while :; do
+        if [[ -s "$app/SampleApp.log" ]] && grep -q "started 2.0.0.0" "$app/SampleApp.log"; then
+            break
+        fi
         # Only this run's Update.exe: the one in this run's Wine prefix.
-        for pid in $(pgrep -f 'Update.exe' || true); do
+        for pid in $([[ -n "$memory" ]] && pgrep -f 'Update.exe' || true); do
             grep -qz "^WINEPREFIX=$work/" "/proc/$pid/environ" 2>/dev/null || continue
             kb=$(awk '/VmHWM/ {print $2}' "/proc/$pid/status" 2>/dev/null || echo 0)
             [[ -n "$kb" && "$kb" -gt "$peak_kb" ]] && peak_kb=$kb
@@ -106,9 +113,13 @@ for run in $(seq "$runs"); do
     t=$(echo "$(now) - $t0" | bc)
     wait
     cmp -s "$app/SampleApp.exe" "$bin/SampleApp2.exe" || { echo "install $run incomplete" >&2; exit 1; }
-    best_update=$(echo "if ($t < $best_update) $t else $best_update" | bc)
     rm -rf "$app"
+}
+for run in $(seq "$runs"); do
+    install_run "$run"
+    best_update=$(echo "if ($t < $best_update) $t else $best_update" | bc)
 done
+install_run memory memory
 
 # The floor: the installer's own WinINet calls in a bare program (download
 # into a file, 1024-byte reads), then UpdatePack extract of the package.
