@@ -9,6 +9,7 @@
 #include <new>
 
 #include "SFilePacker.h"
+#include "core/SLittleEndian.h"
 
 namespace {
 
@@ -22,19 +23,6 @@ const int kHeader = SFilePacker::kHeader;
 const int kCopyBlock = 1000;
 const int kFillBlock = 100;
 const int kScanBlock = 4096;
-
-void PutLE32(unsigned char* p, uint32_t v)
-{
-    p[0] = (unsigned char)v;
-    p[1] = (unsigned char)(v >> 8);
-    p[2] = (unsigned char)(v >> 16);
-    p[3] = (unsigned char)(v >> 24);
-}
-
-uint32_t GetLE32(const unsigned char* p)
-{
-    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) | ((uint32_t)p[3] << 24);
-}
 
 int ClampToInt(int64_t v)
 {
@@ -314,7 +302,7 @@ int SFile::Compress(SFile* destination, int count, int value)
 
     const int start = Tell();
     unsigned char header[4];
-    PutLE32(header, (uint32_t)chunks);
+    SLittleEndian::Put32(header, (uint32_t)chunks);
     int64_t written = destination->Write(header, 4);
 
     int read = 0;   // chunks handed to the packer
@@ -366,7 +354,7 @@ int SFile::Uncompress(SFile* destination, int value)
     unsigned char header[kHeader];
     if (Read(header, 4) != 4)
         return 0;
-    const uint32_t chunks = GetLE32(header);
+    const uint32_t chunks = SLittleEndian::Get32(header);
 
     // Zeroed, so a chunk zlib rejects is written as zeros, never as
     // uninitialised memory.
@@ -394,8 +382,8 @@ int SFile::Uncompress(SFile* destination, int value)
             return 0;
         if (Read(header, kHeader) != kHeader)
             break;
-        uint32_t rawLength = GetLE32(header);
-        uint32_t packedLength = GetLE32(header + 4);
+        uint32_t rawLength = SLittleEndian::Get32(header);
+        uint32_t packedLength = SLittleEndian::Get32(header + 4);
         if (rawLength > (uint32_t)kChunk || packedLength > (uint32_t)kPacked)
             break;
         // Output past 2 GB is beyond the result's range: the stream ends.

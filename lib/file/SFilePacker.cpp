@@ -6,15 +6,9 @@
 #include <memory>
 #include <new>
 
-namespace {
+#include "core/SLittleEndian.h"
 
-void PutLE32(unsigned char* p, uint32_t v)
-{
-    p[0] = (unsigned char)v;
-    p[1] = (unsigned char)(v >> 8);
-    p[2] = (unsigned char)(v >> 16);
-    p[3] = (unsigned char)(v >> 24);
-}
+namespace {
 
 // A deflate stream at the default level, as compress sets one up; null when
 // zlib cannot have its memory.
@@ -68,8 +62,8 @@ struct SFilePacker::Slot {
         }
         // The result code is not examined: the length is what zlib wrote,
         // and the buffer holds more than zlib's bound for a chunk.
-        PutLE32(packed.get(), (uint32_t)rawLength);
-        PutLE32(packed.get() + 4, (uint32_t)length);
+        SLittleEndian::Put32(packed.get(), (uint32_t)rawLength);
+        SLittleEndian::Put32(packed.get() + 4, (uint32_t)length);
         packedLength = kHeader + (int)length;
     }
 };

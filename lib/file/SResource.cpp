@@ -9,6 +9,7 @@
 
 #include "SFilePacker.h"
 #include "SFilePath.h"
+#include "core/SLittleEndian.h"
 
 namespace {
 
@@ -24,14 +25,6 @@ struct _SCurrent {
     ~_SCurrent() { t_current = previous; }
     SResource* previous;
 };
-
-void PutLE32(unsigned char* p, uint32_t v)
-{
-    p[0] = (unsigned char)v;
-    p[1] = (unsigned char)(v >> 8);
-    p[2] = (unsigned char)(v >> 16);
-    p[3] = (unsigned char)(v >> 24);
-}
 
 // The most bytes an entry's data can take: the file itself, or its chunk
 // stream with every chunk at zlib's bound.
@@ -110,7 +103,7 @@ bool SResource::Write(SFile* destination, bool compress)
     if (compress ? !WriteCompressed(destination) : !WriteStored(destination))
         return false;
     unsigned char marker[4];
-    PutLE32(marker, SResourceIndex::kEndMarker);
+    SLittleEndian::Put32(marker, SResourceIndex::kEndMarker);
     return destination->Write(marker, 4) == 4;
 }
 
@@ -126,7 +119,7 @@ bool SResource::WriteRecord(SFile* destination, int index, uint32_t size, int64_
     if (destination->Tell() + 4 + nameBytes + dataBound + 4 > INT_MAX)
         return false;
     unsigned char length[4];
-    PutLE32(length, size);
+    SLittleEndian::Put32(length, size);
     return destination->Write(length, 4) == 4 && destination->WriteString0(name) == (int)nameBytes;
 }
 
@@ -243,7 +236,7 @@ bool SResource::WriteCompressed(SFile* destination)
         int64_t written = 0;
         if (plan.chunks > 0) {
             unsigned char header[4];
-            PutLE32(header, (uint32_t)plan.chunks);
+            SLittleEndian::Put32(header, (uint32_t)plan.chunks);
             if (destination->Write(header, 4) != 4)
                 return false;
             written = 4;
@@ -263,7 +256,7 @@ bool SResource::WriteCompressed(SFile* destination)
         // The length field held the raw size; it gets the stream's size.
         int end = destination->Tell();
         unsigned char length[4];
-        PutLE32(length, (uint32_t)written);
+        SLittleEndian::Put32(length, (uint32_t)written);
         if (end != start + 4 + (int64_t)strlen(m_index.GetName(plan.index)) + 1 + written ||
             destination->Seek((int)start) != (int)start || destination->Write(length, 4) != 4 ||
             destination->Seek(end) != end)

@@ -5,15 +5,7 @@
 #include <string.h>
 
 #include "SFile.h"
-
-namespace {
-
-uint32_t GetLE32(const unsigned char* p)
-{
-    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) | ((uint32_t)p[3] << 24);
-}
-
-}   // namespace
+#include "core/SLittleEndian.h"
 
 SResourceIndex::SResourceIndex()
 {
@@ -160,7 +152,7 @@ bool SResourceIndex::Read(SFile& file, bool* compressed)
         // A list that simply stops, without the end marker, is no archive.
         if (file.IsEnd() || file.Read(word, 4) != 4)
             return false;
-        uint32_t length = GetLE32(word);
+        uint32_t length = SLittleEndian::Get32(word);
         if (length == kEndMarker)
             return true;
         SString name = file.ReadString(true);

@@ -4,6 +4,7 @@
 
 #include "SEcKey.h"
 #include "SSha256.h"
+#include "core/SLittleEndian.h"
 #include "file/SFilePath.h"
 
 namespace {
@@ -27,10 +28,7 @@ bool SPackageSignature::Read(const char* path)
         file.Seek(size - TRAILER_SIZE) != size - TRAILER_SIZE ||
         file.Read(trailer, TRAILER_SIZE) != TRAILER_SIZE)
         return true;
-    const uint8_t* length = trailer + 76;
-    uint32_t value = (uint32_t)length[0] | (uint32_t)length[1] << 8 | (uint32_t)length[2] << 16 |
-        (uint32_t)length[3] << 24;
-    if (value != TRAILER_SIZE || memcmp(trailer, kMagic, 4) != 0)
+    if (SLittleEndian::Get32(trailer + 76) != TRAILER_SIZE || memcmp(trailer, kMagic, 4) != 0)
         return true;
     m_signed = true;
     m_packageSize = size - TRAILER_SIZE;
@@ -80,8 +78,7 @@ bool SPackageSignature::Sign(const char* path, const SEcKey& key)
     uint8_t digest[SEcKey::DIGEST_SIZE];
     if (!Digest(path, m_packageSize, key.GetId(), digest) || !key.SignDigest(digest, trailer + 12))
         return false;
-    const uint8_t length[4] = {TRAILER_SIZE, 0, 0, 0};
-    memcpy(trailer + 76, length, 4);
+    SLittleEndian::Put32(trailer + 76, TRAILER_SIZE);
     SFilePath file;
     bool written = file.Open(path, true, false, true) && file.SetSize(m_packageSize) &&
         file.Seek(m_packageSize) == m_packageSize &&

@@ -108,16 +108,13 @@ protected:
         EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
     }
 
-    static TestServers s_servers;
-    static bool s_serving;
+    static inline TestServers s_servers;
+    static inline bool s_serving = false;
     TempDir m_root;
     std::string m_served;
     std::string m_appDir;
     std::string m_tempDir;
 };
-
-TestServers UpdateInstall::s_servers;
-bool UpdateInstall::s_serving = false;
 
 TEST_F(UpdateInstall, InstallsAndRestartsTheApplication)
 {

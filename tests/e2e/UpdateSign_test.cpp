@@ -62,13 +62,10 @@ protected:
         return -1;
     }
 
-    static TestServers s_servers;
-    static bool s_serving;
+    static inline TestServers s_servers;
+    static inline bool s_serving = false;
     TempDir m_root {"vx sign "};
 };
-
-TestServers UpdateSign::s_servers;
-bool UpdateSign::s_serving = false;
 
 TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
 {

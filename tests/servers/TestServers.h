@@ -22,7 +22,8 @@ public:
     bool Start(const std::string& sourceDir, const std::string& tag)
     {
         m_scripts = sourceDir.substr(2) + "/tests/servers/";
-        m_name = "vx-" + tag + "-" + std::to_string(GetCurrentProcessId());
+        // Not the process id: Wine reuses those, and a killed run leaves its folder.
+        m_name = "vx-" + tag + "-" + std::to_string(GetTickCount());
         std::string base = "/tmp/" + m_name;
         CreateDirectoryA(("Z:\\tmp\\" + m_name).c_str(), nullptr);
         if (!CreateDirectoryA(Www().c_str(), nullptr))

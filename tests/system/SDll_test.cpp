@@ -18,8 +18,7 @@ TEST(SDll, LoadsFreesAndDeletesItsCopies)
     EXPECT_TRUE(!GetModuleHandleA(kLibrary) && dll.GetHandles().GetCount() == 0 &&
                 !dll.GetProc("vx_testlib_add"));
 
-    // A copy is loaded in place of the original; a failed load, like Free,
-    // unloads it and deletes it, and so does the destructor.
+    // The copy is loaded, not the original; a failed load deletes it like Free.
     ASSERT_TRUE(dll.LoadCopy(kLibrary));
     SString copy = dll.GetCopyPath();
     EXPECT_TRUE(Exists(copy) && !GetModuleHandleA(kLibrary));

@@ -6,6 +6,7 @@
 
 #include <new>
 
+#include "core/SLittleEndian.h"
 #include "file/SFile.h"
 #include "file/SResourceIndex.h"
 
@@ -14,17 +15,12 @@ namespace {
 const uint32_t kChunk = 100000;
 const uint32_t kPacked = 110012;
 
-uint32_t GetLE32(const unsigned char* p)
-{
-    return (uint32_t)p[0] | ((uint32_t)p[1] << 8) | ((uint32_t)p[2] << 16) | ((uint32_t)p[3] << 24);
-}
-
 bool ReadLE32(SFile& file, uint32_t* value)
 {
     unsigned char word[4];
     if (file.Read(word, 4) != 4)
         return false;
-    *value = GetLE32(word);
+    *value = SLittleEndian::Get32(word);
     return true;
 }
 
