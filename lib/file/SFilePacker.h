@@ -15,8 +15,7 @@
 // itself when it takes it. Nothing throws.
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -58,6 +57,7 @@ public:
 
 private:
     struct Slot;
+    struct _SSync;
     void Run();
     Slot* Claim();
 
@@ -68,8 +68,7 @@ private:
     unsigned m_sequence = 0;       // number of the next chunk handed over
     void* m_ownStream = nullptr;   // owned deflate stream for packing without helpers
     std::vector<std::thread> m_threads;
-    std::mutex m_mutex;
-    std::condition_variable m_wakeHelper;
-    std::condition_variable m_wakeCaller;
+    std::unique_ptr<_SSync> m_sync;    // guards the slots' states, m_awaited and m_quit
+    const Slot* m_awaited = nullptr;   // the slot the caller sleeps on, if it does
     bool m_quit = false;
 };
