@@ -311,22 +311,12 @@ int SFile::Compress(SFile* destination, int count, int value)
         for (; read < chunks && packer.CanSubmit(); read++) {
             int64_t offset = (int64_t)read * kChunk;
             int rawLength = count - offset < kChunk ? (int)(count - offset) : kChunk;
-            const unsigned char* input;
             if (inPlace) {
-                input = GetMemory() + Tell();
+                packer.Submit(GetMemory() + Tell(), rawLength);
                 Skip(rawLength);
-            } else {
-                unsigned char* raw = packer.RawBuffer();
-                if (!raw)
-                    return 0;
-                int n = Read(raw, rawLength);
-                if (n < 0)
-                    n = 0;
-                // A source that comes up short sends zeros for what it lacks.
-                memset(raw + n, 0, (size_t)(rawLength - n));
-                input = raw;
+            } else if (!packer.SubmitFrom(this, rawLength)) {
+                return 0;
             }
-            packer.Submit(input, rawLength);
         }
         int length = 0;
         const unsigned char* packed = packer.TakeOldest(&length);

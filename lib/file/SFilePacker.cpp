@@ -1,6 +1,7 @@
 #include "SFilePacker.h"
 
 #include <stdint.h>
+#include <string.h>
 #include <zlib.h>
 
 #include <new>
@@ -11,6 +12,7 @@
 #include <mutex>
 #endif
 
+#include "SFile.h"
 #include "core/SLittleEndian.h"
 
 namespace {
@@ -203,6 +205,18 @@ bool SFilePacker::Submit(const unsigned char* input, int rawLength)
     m_inFlight++;
     m_sync->Wake(_SSync::kHelpers, false);
     return true;
+}
+
+bool SFilePacker::SubmitFrom(SFile* source, int rawLength)
+{
+    unsigned char* raw = RawBuffer();
+    if (!raw || rawLength < 1 || rawLength > kChunk)
+        return false;
+    int n = source->Read(raw, rawLength);
+    if (n < 0)
+        n = 0;
+    memset(raw + n, 0, (size_t)(rawLength - n));
+    return Submit(raw, rawLength);
 }
 
 const unsigned char* SFilePacker::TakeOldest(int* length)

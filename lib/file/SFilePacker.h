@@ -19,6 +19,8 @@
 #include <thread>
 #include <vector>
 
+class SFile;
+
 class SFilePacker {
 public:
     enum {
@@ -47,6 +49,10 @@ public:
     // which is RawBuffer() or memory that stays unchanged until the chunk is
     // taken back. False when no slot is free.
     bool Submit(const unsigned char* input, int rawLength);
+    // Reads rawLength bytes (1 to kChunk) from source into the next slot and
+    // hands them over; a source that comes up short sends zeros for what it
+    // lacks. False when no slot is free or memory runs out.
+    bool SubmitFrom(SFile* source, int rawLength);
     // Waits for the oldest chunk in flight and returns its packed form: the
     // 8-byte header followed by the zlib stream; *length is the whole size.
     // Null when nothing is in flight, or when the oldest slot was never

@@ -204,16 +204,9 @@ bool SResource::WriteCompressed(SFile* destination)
                 planned.push_back(plan);
                 continue;
             }
-            unsigned char* raw = packer.RawBuffer();
-            if (!raw)
-                return false;
             int rawLength = bytesLeft < kChunk ? bytesLeft : kChunk;
-            int n = source.Read(raw, rawLength);
-            if (n < 0)
-                n = 0;
-            // A file that comes up short sends zeros for what it lacks.
-            memset(raw + n, 0, (size_t)(rawLength - n));
-            packer.Submit(raw, rawLength);
+            if (!packer.SubmitFrom(&source, rawLength))
+                return false;
             bytesLeft -= rawLength;
             if (--chunksLeft == 0)
                 source.Close();

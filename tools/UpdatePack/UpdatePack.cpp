@@ -12,6 +12,7 @@
 
 #include "PPackCheck.h"
 #include "PSourceFiles.h"
+#include "core/SLittleEndian.h"
 #include "core/SString.h"
 #include "core/SStringArray.h"
 #include "file/SDisk.h"
@@ -449,9 +450,7 @@ bool HasAuthenticode(const char* path)
     SFilePath file(path, false, false, true);
     int size = file.IsOpen() ? file.Read(head, sizeof(head)) : 0;
     auto le32 = [&](int at) {
-        return at >= 0 && at + 4 <= size ? (uint32_t)head[at] | (uint32_t)head[at + 1] << 8 |
-                (uint32_t)head[at + 2] << 16 | (uint32_t)head[at + 3] << 24
-                                         : 0u;
+        return at >= 0 && at + 4 <= size ? SLittleEndian::Get32(head + at) : 0u;
     };
     uint32_t pe = le32(0x3C);
     if (pe > sizeof(head) || le32((int)pe) != 0x00004550)
