@@ -6,11 +6,12 @@
 TEST(SArray, InsertRemoveAndFindRanges)
 {
     SArray<int> a;
-    for (int v : {1, 2, 3})
+    for (int v : {1, 2, 3, 5})
         a.Add(v);
-    EXPECT_EQ(a.Insert(9, 1000), 3);   // clamped to the end
-    EXPECT_EQ(a.Insert(7, 1, 3), 1);
-    int expected[] = {1, 7, 7, 7, 2, 3, 9};
+    EXPECT_EQ(a.Insert(9, 1000), 4);   // clamped to the end
+    // Fewer new slots than elements behind them: the move must go from the back.
+    EXPECT_EQ(a.Insert(7, 1, 2), 1);
+    int expected[] = {1, 7, 7, 2, 3, 5, 9};
     ASSERT_EQ(a.GetCount(), 7);
     for (int i = 0; i < 7; i++)
         EXPECT_EQ(a.GetAt(i), expected[i]) << i;
@@ -19,12 +20,12 @@ TEST(SArray, InsertRemoveAndFindRanges)
 
     // Find's end is not included; a start at the count finds nothing.
     EXPECT_EQ(a.Find(7, 2), 2);
-    EXPECT_EQ(a.Find(2, 1, 4), -1);
+    EXPECT_EQ(a.Find(2, 1, 3), -1);
     EXPECT_EQ(a.Find(9, 1, 99), 6);
     EXPECT_TRUE(a.Find(4, 9) == -1 && a.Find(1, -1) == -1);
 
     EXPECT_EQ(a.RemoveAt(1, 4), 4);
-    EXPECT_EQ(a.GetAt(1), 3);
+    EXPECT_EQ(a.GetAt(1), 5);
     EXPECT_EQ(a.RemoveAt(3, 100), 2);
     EXPECT_TRUE(a.GetCount() == 3 && a.RemoveAt(3) == 0);
 }

@@ -155,6 +155,10 @@ TEST_F(Maker, MakesPackageAndDescription)
         names.push_back(reader.GetIndex().GetName(i));
     std::sort(names.begin(), names.end());
     EXPECT_EQ((std::vector<std::string> {"app.exe", "sub\\Update.exe", "sub\\empty.txt"}), names);
+    // Compressed: the mode word, and app.exe as a stream of three small chunks.
+    int app = reader.GetIndex().Find("app.exe");
+    EXPECT_TRUE(reader.IsCompressed() && reader.GetIndex().GetLength(app) < 2000 &&
+                package.compare(reader.GetIndex().GetOffset(app), 4, "\3\0\0\0", 4) == 0);
     std::string unpacked = m_root / "unpacked\\";
     EXPECT_TRUE(reader.ExtractAll(unpacked.c_str()) &&
                 ReadFileText(unpacked + "app.exe") == std::string(250000, 'a'));

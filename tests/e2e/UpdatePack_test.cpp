@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "E2eSupport.h"
+#include "core/SLittleEndian.h"
 
 namespace {
 
@@ -100,7 +101,7 @@ TEST(UpdatePack, BrokenInputsFailNamingTheCause)
     EXPECT_EQ(RunPack(dir, "verify " + Quote(dir / "missing.bin")).code, 1u);
 
     Put(dir / "src\\a.txt", "A");
-    Put(dir / "src\\b.txt", Bytes(300000, 'b'));
+    Put(dir / "src\\b.txt", Bytes(250000, 'b'));
     ASSERT_EQ(RunPack(dir, "make " + Quote(dir / "src") + " " + Quote(dir / "p.upd")).code, 0u);
     const std::string good = e2e::ReadFileText(dir / "p.bin");
     // A flipped byte inside b.txt's deflate data: the installer would not
@@ -111,6 +112,20 @@ TEST(UpdatePack, BrokenInputsFailNamingTheCause)
     Result flipped = RunPack(dir, "verify " + Quote(dir / "bad.bin"));
     EXPECT_EQ(flipped.code, 1u);
     EXPECT_NE(flipped.err.find("bad entry 2 \"b.txt\""), std::string::npos) << flipped.err;
+    // b.txt's last two chunks swapped: each still unpacks, but a chunk short
+    // of 100000 bytes may only come last.
+    const unsigned char* bytes = (const unsigned char*)good.data();
+    auto next = [bytes](size_t chunk) {
+        return chunk + 8 + SLittleEndian::Get32(bytes + chunk + 4);
+    };
+    size_t second = next(good.find(std::string("b.txt", 6)) + 10), third = next(second);
+    size_t end = next(third);
+    Put(dir / "order.bin",
+        good.substr(0, second) + good.substr(third, end - third) +
+            good.substr(second, third - second) + good.substr(end));
+    Result order = RunPack(dir, "verify " + Quote(dir / "order.bin"));
+    EXPECT_NE(order.err.find("chunk 2 of 3: raw length 50000 (expected 100000)"), std::string::npos)
+        << order.err;
     // Without its end marker the package is not even opened; nor are bytes
     // behind the marker taken.
     Put(dir / "cut.bin", good.substr(0, good.size() - 4));

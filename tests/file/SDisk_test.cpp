@@ -165,10 +165,11 @@ TEST_F(SDiskTest, CreateFolder)
     Make({"a.txt"});
     SDisk disk;
     EXPECT_FALSE(disk.CreateFolder(At("x\\y").Text(), false) || disk.IsFolder(At("x").Text()));
-    EXPECT_TRUE(disk.CreateFolder(At("x/y\\z").Text(), true) &&
-                disk.IsFolder(At("x\\y\\z").Text()));
-    EXPECT_TRUE(disk.CreateFolder(At("x\\y\\z\\").Text(), false));    // already there
-    EXPECT_FALSE(disk.CreateFolder(At("a.txt\\sub").Text(), true));   // a file in the way
+    // Four missing levels: the walk up makes the top one, the rest go top-down.
+    EXPECT_TRUE(disk.CreateFolder(At("x/y\\z\\w").Text(), true) &&
+                disk.IsFolder(At("x\\y\\z\\w").Text()));
+    EXPECT_TRUE(disk.CreateFolder(At("x\\y\\z\\w\\").Text(), false));   // already there
+    EXPECT_FALSE(disk.CreateFolder(At("a.txt\\sub").Text(), true));     // a file in the way
     // Texts that cannot be made end with false: roots, a doubled separator
     // (its parent once was the path itself), deep and over-long paths.
     std::string deepShare = "\\\\nohost\\share";
