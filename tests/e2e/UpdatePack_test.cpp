@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "E2eSupport.h"
-#include "core/SLittleEndian.h"
 
 namespace {
 
@@ -114,9 +113,9 @@ TEST(UpdatePack, BrokenInputsFailNamingTheCause)
     EXPECT_NE(flipped.err.find("bad entry 2 \"b.txt\""), std::string::npos) << flipped.err;
     // b.txt's last two chunks swapped: each still unpacks, but a chunk short
     // of 100000 bytes may only come last.
-    const unsigned char* bytes = (const unsigned char*)good.data();
-    auto next = [bytes](size_t chunk) {
-        return chunk + 8 + SLittleEndian::Get32(bytes + chunk + 4);
+    auto next = [&good](size_t chunk) {   // packed lengths fit in three bytes
+        const unsigned char* p = (const unsigned char*)good.data() + chunk + 4;
+        return chunk + 8 + (p[0] | p[1] << 8 | p[2] << 16);
     };
     size_t second = next(good.find(std::string("b.txt", 6)) + 10), third = next(second);
     size_t end = next(third);
