@@ -19,13 +19,10 @@ TEST(SArray, InsertRemoveAndFindRanges)
     EXPECT_EQ(a.Insert(4, -5, 2), 7);
 
     // Find's end is not included; a start at the count finds nothing.
-    EXPECT_EQ(a.Find(7, 2), 2);
-    EXPECT_EQ(a.Find(2, 1, 3), -1);
-    EXPECT_EQ(a.Find(9, 1, 99), 6);
+    EXPECT_TRUE(a.Find(7, 2) == 2 && a.Find(2, 1, 3) == -1 && a.Find(9, 1, 99) == 6);
     EXPECT_TRUE(a.Find(4, 9) == -1 && a.Find(1, -1) == -1);
 
-    EXPECT_EQ(a.RemoveAt(1, 4), 4);
-    EXPECT_EQ(a.GetAt(1), 5);
+    EXPECT_TRUE(a.RemoveAt(1, 4) == 4 && a.GetAt(1) == 5);
     EXPECT_EQ(a.RemoveAt(3, 100), 2);
     EXPECT_TRUE(a.GetCount() == 3 && a.RemoveAt(3) == 0);
 }
@@ -37,15 +34,11 @@ TEST(SStringArray, OwnsCopiesAndComparesByFlags)
     a.Add(buffer);
     buffer[0] = 'X';   // the element is a copy
     a.Add(nullptr);
-    EXPECT_STREQ(a.GetText(0), "Name");
-    EXPECT_STREQ(a.GetText(1), "");
-    EXPECT_STREQ(a.GetText(-1), "");
+    EXPECT_TRUE(a.Join("|") == "Name|" && a.GetCount() == 2 && a.GetText(-1)[0] == 0);
 
-    EXPECT_EQ(a.Find("NAME"), -1);
-    EXPECT_EQ(a.Find(""), 1);
+    EXPECT_TRUE(a.Find("NAME") == -1 && a.Find("") == 1);
     a.SetFlags(SARRAY_NOCASE);
-    EXPECT_EQ(a.Find("NAME"), 0);
-    EXPECT_EQ(a.Find("nAmE", 1), -1);
+    EXPECT_TRUE(a.Find("NAME") == 0 && a.Find("nAmE", 1) == -1);
     a.RemoveAll();
     EXPECT_TRUE(a.GetCount() == 0 && a.GetCapacity() == 64);
 }
@@ -61,9 +54,8 @@ TEST(SStringArray, SplitAndJoin)
 
     SStringArray a;
     a.Split("a,b,c", ',');
-    EXPECT_STREQ(a.Join(" | ", 3).Text(), "");
-    EXPECT_STREQ(a.Join(" | ", -1).Text(), "");
-    EXPECT_STREQ(a.Join(" | ", 1, 1).Text(), "b");
-    EXPECT_STREQ(a.Join(" | ", 2, 50).Text(), "c");
-    EXPECT_STREQ(a.Join(nullptr).Text(), "abc");
+    // Out of range, one from the middle, a count past the end, no separator.
+    EXPECT_EQ(a.Join(" | ", 3) + a.Join(" | ", -1) + "/" + a.Join(" | ", 1, 1) +
+                  a.Join(" | ", 2, 50) + "/" + a.Join(nullptr),
+              "/bc/abc");
 }

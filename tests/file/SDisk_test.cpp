@@ -83,12 +83,12 @@ TEST_F(SDiskTest, ListWalksPreOrderWithFiltersAndTopLevelCounters)
     for (auto& r : rows)
         EXPECT_EQ(Walk(r.pattern, r.flags), r.walk) << r.pattern << " " << r.flags;
 
-    // An exact name gives the bare name.
-    // "?" alone makes no wildcard mask: the system matches it, the name comes bare.
+    // An exact name gives the bare name. "?" alone makes no wildcard mask:
+    // the system matches it, the name comes bare.
     SDisk disk;
     SStringArray out;
-    EXPECT_EQ(disk.List(&out, At("a.txt").Text(), SDISK_FILES), 1);
-    EXPECT_EQ(disk.List(&out, At("?.txt").Text(), SDISK_FILES), 2);
+    EXPECT_TRUE(disk.List(&out, At("a.txt").Text(), SDISK_FILES) == 1 &&
+                disk.List(&out, At("?.txt").Text(), SDISK_FILES) == 2);
     EXPECT_STREQ(out.Join("|").Text(), "a.txt|a.txt|h.txt");
 }
 

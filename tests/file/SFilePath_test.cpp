@@ -113,8 +113,7 @@ TEST_F(SFilePathTest, MemoryLoaders)
     Put("load.bin", std::string("ab\0cd", 5));
     SFileMem file;
     file.WriteString("previous");
-    ASSERT_TRUE(file.LoadFile(path.c_str()));
-    EXPECT_EQ(Contents(file), std::string("ab\0cd", 5));
+    ASSERT_TRUE(file.LoadFile(path.c_str()) && Contents(file) == std::string("ab\0cd", 5));
     EXPECT_FALSE(file.LoadFile(Path("missing").c_str()));
 
     // Resources linked into this program (SFilePath_test.rc).
