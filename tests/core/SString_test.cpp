@@ -100,8 +100,7 @@ TEST(SString, FindRanges)
 TEST(SString, FormatMatchesTheRuntime)
 {
     SString s;
-    EXPECT_EQ(s.Format("%d-%s-%c-%%", -42, "text", 'z'), 12);
-    EXPECT_STREQ(s.Text(), "-42-text-z-%");
+    EXPECT_TRUE(s.Format("%d-%s-%c-%%", -42, "text", 'z') == 12 && s == "-42-text-z-%");
 
     char expected[4096];
 #define EXPECT_FORMAT(...)                                                                         \

@@ -183,11 +183,11 @@ TEST(SFileCompressTest, RoundTripsMatchZlibChunkByChunk)
     // A source cut short while it is packed: zeros stand in for what it lacks
     // (in a slot used before), so the chunks still add up to the size measured.
     StreamFile cut;
-    SFileMem packed;
     Put(cut.inner, raw = MixedData(1450000, 3));
     cut.missing = 50000;
-    cut.Compress(&packed);
-    EXPECT_TRUE(Contents(packed) == ChunkStream(raw + std::string(50000, '\0')));
+    rest.Close();
+    EXPECT_TRUE(cut.Compress(&rest) > 0 &&
+                Contents(rest) == ChunkStream(raw + std::string(50000, '\0')));
 }
 
 // The offset behind the first chunks of a stream.

@@ -146,20 +146,16 @@ TEST_F(SResourceTest, ReaderRulesOnCraftedArchives)
     Put("crafted.bin",
         "SRES" + LE32(0x100) + Record("Same.txt", "first") + Record("SAME.TXT", "second") + kEnd);
     SResource reader;
-    ASSERT_TRUE(reader.Open(Path("crafted.bin").c_str()));
-    EXPECT_FALSE(reader.IsCompressed());
-    ASSERT_EQ(reader.GetIndex().GetCount(), 2);
+    ASSERT_TRUE(reader.Open(Path("crafted.bin").c_str()) && !reader.IsCompressed() &&
+                reader.GetIndex().GetCount() == 2);
     SFileMem mem;
-    ASSERT_TRUE(reader.Extract(&mem, "same.txt", true));
-    EXPECT_EQ(mem.ReadText(), "first");
-    ASSERT_TRUE(reader.ExtractAll(Path("dup").c_str()));
-    EXPECT_EQ(Get("dup\\Same.txt"), "first");
+    ASSERT_TRUE(reader.Extract(&mem, "same.txt", true) && reader.ExtractAll(Path("dup").c_str()));
+    EXPECT_TRUE(mem.ReadText() == "first" && Get("dup\\Same.txt") == "first");
 
     // An archive inside a larger file, found by its start offset.
     Put("host.bin", "prefix" + std::string("SRES") + LE32(0) + Record("x", "42") + kEnd);
-    ASSERT_TRUE(reader.Open(Path("host.bin").c_str(), 6));
     mem.Close();
-    ASSERT_TRUE(reader.Extract(&mem, "x", true));
+    ASSERT_TRUE(reader.Open(Path("host.bin").c_str(), 6) && reader.Extract(&mem, "x", true));
     EXPECT_EQ(mem.ReadText(), "42");
     EXPECT_FALSE(reader.Open(Path("host.bin").c_str(), 0));
 
