@@ -28,8 +28,7 @@ TEST(SVersion, ParsesOnlyOneToFourBoundedNumbers)
 TEST(SVersion, OrdersPartByPartAndMatchesTheFixedFileVersion)
 {
     SVersion fixed(0x00020001, 0x00000003);
-    EXPECT_STREQ(fixed.GetText().Text(), "2.1.0.3");
-    EXPECT_EQ(fixed.GetPacked(), 0x0002000100000003ull);
+    EXPECT_TRUE(fixed.GetText() == "2.1.0.3" && fixed.GetPacked() == 0x0002000100000003ull);
 
     struct Row {
         const char* a;

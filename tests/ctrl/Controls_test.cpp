@@ -79,7 +79,8 @@ struct Picture {
     int width = 0, height = 0;
     std::vector<COLORREF> pixels;
 
-    explicit Picture(SWnd* control)
+    // Drawn afresh, or onScreen: what the window shows now, without a paint.
+    explicit Picture(SWnd* control, bool onScreen = false)
     {
         RECT rect;
         control->GetClientRect(&rect);
@@ -89,7 +90,13 @@ struct Picture {
         HDC dc = CreateCompatibleDC(screen);
         HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
         HGDIOBJ old = SelectObject(dc, bitmap);
-        control->Send(WM_PRINTCLIENT, (WPARAM)dc, PRF_CLIENT);
+        if (onScreen) {
+            HDC shown = GetDC(control->GetHandle());
+            BitBlt(dc, 0, 0, width, height, shown, 0, 0, SRCCOPY);
+            ReleaseDC(control->GetHandle(), shown);
+        } else {
+            control->Send(WM_PRINTCLIENT, (WPARAM)dc, PRF_CLIENT);
+        }
         for (int y = 0; y < height; y++)
             for (int x = 0; x < width; x++)
                 pixels.push_back(GetPixel(dc, x, y));
@@ -133,13 +140,14 @@ TEST(Label, DrawingAndRedraw)
         "[LABEL]\r\nNAME=P\r\nCAPTION=&\r\nPOSITION=0 50 60 24\r\n\r\n"
         "[LABEL]\r\nNAME=T\r\nCAPTION=Text\r\nPOSITION=140 100 60 24\r\nTRANSPARENT=1\r\n"
         "BACKCOLOR=#00FF00\r\nTEXTCOLOR=#0000FF\r\n\r\n"
-        "[LABEL]\r\nNAME=C\r\nCAPTION=Text\r\nPOSITION=0 130 120 24\r\nBACKCOLOR=#FF0000FF\r\n"));
+        "[LABEL]\r\nNAME=C\r\nCAPTION=Text\r\nPOSITION=0 130 120 24\r\nBACKCOLOR=#FF0000FF\r\n"
+        "LABEL_HALIGN=_JUSTIFY\r\nLABEL_VALIGN=_BOTTOM\r\n"));
     auto* label = dynamic_cast<SLabelCtrl*>(dialog.FindByName("A"));
     SWnd* prefix = dialog.FindByName("P");
     SWnd* transparent = dialog.FindByName("T");
-    SWnd* colored = dialog.FindByName("C");
+    auto* colored = dynamic_cast<SLabelCtrl*>(dialog.FindByName("C"));
     ASSERT_TRUE(label && prefix && transparent && colored);
-    EXPECT_EQ(2 | 16, label->GetAlign());
+    EXPECT_TRUE(label->GetAlign() == (2 | 16) && colored->GetAlign() == (3 | 32));
 
     // Each horizontal and vertical value places the text on its own side;
     // "_JUSTIFY" draws exactly like "_LEFT". Without colours the background
@@ -152,7 +160,7 @@ TEST(Label, DrawingAndRedraw)
             label->SetAlign(h | v);
             aligns.push_back(h | v);
             pictures.emplace_back(label);
-            EXPECT_EQ(face, pictures.back().At(0, 0));
+            EXPECT_TRUE(face == pictures.back().At(0, 0) && label->GetAlign() == (h | v));
         }
     }
     for (size_t i = 0; i < aligns.size(); i++) {
@@ -167,6 +175,10 @@ TEST(Label, DrawingAndRedraw)
         }
     }
     EXPECT_EQ(RGB(0, 0, 255), Picture(colored).At(0, 0));
+
+    // New text is on the screen at once, before any message is handled.
+    label->SetText("Other words");
+    EXPECT_TRUE(Picture(label, true) == Picture(label));
 
     // No prefix processing ("drag & drop" shows its ampersand): "&&" draws
     // two ampersands, not one.
@@ -247,8 +259,7 @@ TEST(List, ItemsColoursAndRecords)
 
         // Removal takes the item's record with it; the others keep theirs.
         EXPECT_TRUE(list->Remove(2) == 9 && list->Remove(9) == -1 && list->Remove(8) == 8);
-        EXPECT_STREQ("0,a,c,1,2,d,e,d", texts().Text());
-        EXPECT_EQ(9u, list->GetItemValue(1, 2));
+        EXPECT_TRUE(texts() == "0,a,c,1,2,d,e,d" && list->GetItemValue(1, 2) == 9u);
         list->RemoveAll();
         EXPECT_TRUE(list->GetCount() == 0 &&
                     g_liveObjects == liveItems - 3);   // the first three too

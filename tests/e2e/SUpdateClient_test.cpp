@@ -27,11 +27,10 @@ TEST(SUpdateClient, CommandLineReadsBackAsTheFourArguments)
                                                     c.exe, &line));
         SStringArray args;
         ASSERT_EQ(SWndApp::SplitArgs(line.c_str(), &args), 5);
-        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 0, true).Text(), "4294967295");
-        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 1, true).Text(),
-                     "http://127.0.0.1:8080/a b/app.bin");
-        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 2, true).Text(), c.folder);
-        EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), 3, true).Text(), c.exe);
+        const char* expected[] = {"4294967295", "http://127.0.0.1:8080/a b/app.bin", c.folder,
+                                  c.exe};
+        for (int i = 0; i < 4; i++)
+            EXPECT_STREQ(SWndApp::GetArgFrom(line.c_str(), i, true).Text(), expected[i]) << i;
     }
     std::string line;
     EXPECT_FALSE(SUpdateClient::BuildCommandLine("u.exe", 1, "a\"b", "c", "d", &line));

@@ -152,9 +152,10 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
 {
     unsigned long size = ServePackage("app.bin");
     ASSERT_TRUE(WriteFileText(m_served + "notes.txt", "this is no package"));
-    // The bar shows the offset of the last block received, truncated: of a
-    // 2000000-byte body cut after 1000000 bytes, the last block begins at
-    // most 1024 bytes before 1000000, which is 499.488 thousandths or more.
+    // The bar shows the offset of the last block received, truncated. Blocks
+    // are 1024 bytes, each reported: of a 307200-byte body cut after 150
+    // blocks, the last begins at 152576, 496.67 thousandths (2048-byte blocks
+    // would give 493, 512-byte ones 498).
     struct Case {
         const char* name;
         std::string size;
@@ -167,7 +168,7 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
         {"file larger than expected", std::to_string(size - 1), s_servers.Nginx("app.bin"), "", -1},
         {"not an archive", "18", s_servers.Nginx("notes.txt"), "", -1},
         {"server error", std::to_string(size), s_servers.Fault("status/500"), "", -1},
-        {"body cut short", "2000000", s_servers.Fault("short/2000000"), "", 499},
+        {"body cut short", "307200", s_servers.Fault("short/307200"), "", 496},
         {"destination not creatable", std::to_string(size), s_servers.Nginx("app.bin"),
          m_appDir + "SampleApp.ini\\sub\\", -1},
     };

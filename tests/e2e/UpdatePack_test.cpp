@@ -100,17 +100,30 @@ TEST(UpdatePack, BrokenInputsFailNamingTheCause)
     EXPECT_EQ(RunPack(dir, "verify " + Quote(dir / "missing.bin")).code, 1u);
 
     Put(dir / "src\\a.txt", "A");
-    Put(dir / "src\\b.txt", Bytes(300000, 'b'));
+    Put(dir / "src\\b.txt", Bytes(250000, 'b'));
     ASSERT_EQ(RunPack(dir, "make " + Quote(dir / "src") + " " + Quote(dir / "p.upd")).code, 0u);
     const std::string good = e2e::ReadFileText(dir / "p.bin");
-    // A flipped byte inside b.txt's deflate data: the installer would not
-    // notice, verify does.
-    std::string bad = good;
-    bad[bad.size() - 40] ^= 0x55;
-    Put(dir / "bad.bin", bad);
-    Result flipped = RunPack(dir, "verify " + Quote(dir / "bad.bin"));
-    EXPECT_EQ(flipped.code, 1u);
-    EXPECT_NE(flipped.err.find("bad entry 2 \"b.txt\""), std::string::npos) << flipped.err;
+    // Verify refuses what the installer would not notice: a flipped byte in
+    // b.txt's deflate data, and its last two chunks swapped (each unpacks, but
+    // only the last chunk may hold fewer than 100000 bytes).
+    std::string flipped = good;
+    flipped[flipped.size() - 40] ^= 0x55;
+    auto next = [&good](size_t chunk) {   // packed lengths fit in three bytes
+        const unsigned char* p = (const unsigned char*)good.data() + chunk + 4;
+        return chunk + 8 + (p[0] | p[1] << 8 | p[2] << 16);
+    };
+    size_t second = next(good.find(std::string("b.txt", 6)) + 10), third = next(second);
+    size_t end = next(third);
+    std::string swapped = good.substr(0, second) + good.substr(third, end - third) +
+        good.substr(second, third - second) + good.substr(end);
+    for (auto [bytes, error] :
+         {std::pair<std::string, const char*> {flipped, "bad entry 2 \"b.txt\""},
+          {swapped, "chunk 2 of 3: raw length 50000 (expected 100000)"}}) {
+        Put(dir / "bad.bin", bytes);
+        Result refused = RunPack(dir, "verify " + Quote(dir / "bad.bin"));
+        EXPECT_TRUE(refused.code == 1u && refused.err.find(error) != std::string::npos)
+            << refused.err;
+    }
     // Without its end marker the package is not even opened; nor are bytes
     // behind the marker taken.
     Put(dir / "cut.bin", good.substr(0, good.size() - 4));

@@ -18,6 +18,7 @@ public:
     int readLimit = 1 << 30;   // most bytes one Read delivers
     int writeLimit = -1;       // total bytes accepted; -1 = no limit
     bool discard = false;      // accept every write and keep nothing
+    int missing = 0;           // bytes Size() claims past the content: a file cut while read
 
     bool IsOpen() const override { return inner.IsOpen(); }
     void Close() override { inner.Close(); }
@@ -36,7 +37,7 @@ public:
     int Seek(int position) override { return inner.Seek(position); }
     int Tell() override { return inner.Tell(); }
     bool SetSize(int size) override { return inner.SetSize(size); }
-    int Size() override { return inner.Size(); }
+    int Size() override { return inner.Size() + missing; }
 };
 
 inline std::string LE32(uint32_t v)

@@ -50,8 +50,7 @@ TEST_F(SFilePathTest, ModesFollowTheFlags)
     // A failing open closes the earlier file; no path fails.
     SFilePath file(path.c_str(), false, false, true);
     ASSERT_TRUE(file.IsOpen());
-    EXPECT_FALSE(file.Open("", false, false, true));
-    EXPECT_FALSE(file.IsOpen());
+    EXPECT_FALSE(file.Open("", false, false, true) || file.IsOpen());
 }
 
 TEST_F(SFilePathTest, OnlySharedOpensLetOthersIn)
@@ -113,8 +112,7 @@ TEST_F(SFilePathTest, MemoryLoaders)
     Put("load.bin", std::string("ab\0cd", 5));
     SFileMem file;
     file.WriteString("previous");
-    ASSERT_TRUE(file.LoadFile(path.c_str()));
-    EXPECT_EQ(Contents(file), std::string("ab\0cd", 5));
+    ASSERT_TRUE(file.LoadFile(path.c_str()) && Contents(file) == std::string("ab\0cd", 5));
     EXPECT_FALSE(file.LoadFile(Path("missing").c_str()));
 
     // Resources linked into this program (SFilePath_test.rc).

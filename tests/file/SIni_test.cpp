@@ -41,8 +41,8 @@ TEST(SIniTest, SectionsTrimmedKeysAndValuesNot)
         EXPECT_STREQ(ini.GetString(r[0], r[1]).Text(), r[2]) << r[0] << "/" << r[1];
     EXPECT_STREQ(ini.GetString(nullptr, "Version").Text(), "");
 
-    EXPECT_EQ(SIni::FindSection(&source, " main "), -1);
-    EXPECT_EQ(SIni::FindKey(&source, "other", "tail"), (int)strlen(kText) - 8);
+    EXPECT_TRUE(SIni::FindSection(&source, " main ") == -1 &&
+                SIni::FindKey(&source, "other", "tail") == (int)strlen(kText) - 8);
     // The first section of a name wins, and a key right after it is found.
     // A section line is found trimmed, but only a line that is a section as
     // it stands ends the one before.

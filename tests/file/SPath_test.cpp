@@ -71,11 +71,9 @@ TEST(SPathTest, PartsOfLocalShareAndUrlPaths)
         EXPECT_EQ(Parts(path), c.off);
     }
 
-    SPath path;
-    EXPECT_EQ(path.SetFolder("C:\\dir"), SPATH_LOCAL);
-    EXPECT_STREQ(path.Full().Text(), "C:\\dir\\");
-    path.SetFolder("ftp://host/a");
-    EXPECT_STREQ(path.Full().Text(), "ftp://host/a/");
+    SPath path, url;
+    EXPECT_TRUE(path.SetFolder("C:\\dir") == SPATH_LOCAL && path.Full() == "C:\\dir\\");
+    EXPECT_TRUE(url.SetFolder("ftp://host/a") == SPATH_URL && url.Full() == "ftp://host/a/");
 }
 
 TEST(SPathTest, RelativePathsAreMadeAbsolute)
@@ -119,8 +117,7 @@ TEST(SPathTest, RejectedTextsAndInvalidPaths)
     EXPECT_TRUE(SPath::IsValidChars("C:\\a|b\\c:d \x7f\xe4"));
 
     SPath path("C:\\a.txt");
-    EXPECT_EQ(path.Set("C:\\b?.txt"), SPATH_INVALID);
-    EXPECT_STREQ(path.GetText().Text(), "C:\\a.txt");   // kept
+    EXPECT_TRUE(path.Set("C:\\b?.txt") == SPATH_INVALID && path.GetText() == "C:\\a.txt");   // kept
     EXPECT_TRUE(path.Set(nullptr) == SPATH_INVALID && path.GetText() == "");
     EXPECT_EQ(path.Set("C:\\a|b.txt"), SPATH_LOCAL);
     // The scheme ends at the first ":" and must be followed by "//".

@@ -20,8 +20,7 @@ TEST(SResourceIndex, LookupsIgnoreCaseAndFindTheFirstAcrossGrowth)
         snprintf(name, sizeof(name), "dir\\file%d.txt", i);
         EXPECT_EQ(index.Find(name), i);
     }
-    EXPECT_EQ(index.Find("dir\\file500.txt"), 500);
-    EXPECT_EQ(index.Find("dir\\file1000.txt"), -1);
+    EXPECT_TRUE(index.Find("dir\\file500.txt") == 500 && index.Find("dir\\file1000.txt") == -1);
     // Reset releases the value (the sanitizer build reports a leak otherwise).
     index.Reset();
     EXPECT_EQ(index.Find("dir\\file1.txt"), -1);

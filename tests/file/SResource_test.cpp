@@ -112,9 +112,7 @@ TEST_F(SResourceTest, EmptyArchiveAndWriterRules)
     // A name is refused when it repeats one ignoring case, and by a reader.
     SResource writer;
     ASSERT_TRUE(writer.SetFolder(Path("src").c_str()));
-    EXPECT_TRUE(writer.Add("Dir\\File.txt"));
-    EXPECT_FALSE(writer.Add("dir\\FILE.TXT"));
-    EXPECT_FALSE(reader.Add("x"));
+    EXPECT_TRUE(writer.Add("Dir\\File.txt") && !writer.Add("dir\\FILE.TXT") && !reader.Add("x"));
 
     // A file missing when the archive is written leaves no record, and so
     // does one of 4 GB + 1000 bytes (sparse), which must not measure 1000.
@@ -148,20 +146,16 @@ TEST_F(SResourceTest, ReaderRulesOnCraftedArchives)
     Put("crafted.bin",
         "SRES" + LE32(0x100) + Record("Same.txt", "first") + Record("SAME.TXT", "second") + kEnd);
     SResource reader;
-    ASSERT_TRUE(reader.Open(Path("crafted.bin").c_str()));
-    EXPECT_FALSE(reader.IsCompressed());
-    ASSERT_EQ(reader.GetIndex().GetCount(), 2);
+    ASSERT_TRUE(reader.Open(Path("crafted.bin").c_str()) && !reader.IsCompressed() &&
+                reader.GetIndex().GetCount() == 2);
     SFileMem mem;
-    ASSERT_TRUE(reader.Extract(&mem, "same.txt", true));
-    EXPECT_EQ(mem.ReadText(), "first");
-    ASSERT_TRUE(reader.ExtractAll(Path("dup").c_str()));
-    EXPECT_EQ(Get("dup\\Same.txt"), "first");
+    ASSERT_TRUE(reader.Extract(&mem, "same.txt", true) && reader.ExtractAll(Path("dup").c_str()));
+    EXPECT_TRUE(mem.ReadText() == "first" && Get("dup\\Same.txt") == "first");
 
     // An archive inside a larger file, found by its start offset.
     Put("host.bin", "prefix" + std::string("SRES") + LE32(0) + Record("x", "42") + kEnd);
-    ASSERT_TRUE(reader.Open(Path("host.bin").c_str(), 6));
     mem.Close();
-    ASSERT_TRUE(reader.Extract(&mem, "x", true));
+    ASSERT_TRUE(reader.Open(Path("host.bin").c_str(), 6) && reader.Extract(&mem, "x", true));
     EXPECT_EQ(mem.ReadText(), "42");
     EXPECT_FALSE(reader.Open(Path("host.bin").c_str(), 0));
 
@@ -180,11 +174,9 @@ TEST_F(SResourceTest, ReaderRulesOnCraftedArchives)
 
     // Opening fails for a missing file, a folder, or no path, and leaves the
     // reader empty.
-    EXPECT_FALSE(reader.Open(Path("missing.bin").c_str()));
-    EXPECT_EQ(reader.GetIndex().GetCount(), 0);
-    EXPECT_FALSE(reader.Open(root.c_str()));
-    EXPECT_FALSE(reader.Open(""));
-    EXPECT_FALSE(reader.ExtractAll(Path("nothing").c_str()));
+    EXPECT_TRUE(!reader.Open(Path("missing.bin").c_str()) && reader.GetIndex().GetCount() == 0);
+    EXPECT_FALSE(reader.Open(root.c_str()) || reader.Open("") ||
+                 reader.ExtractAll(Path("nothing").c_str()));
 }
 
 TEST_F(SResourceTest, MalformedArchivesFailQuickly)
@@ -261,9 +253,8 @@ TEST_F(SResourceTest, ExtractAllListsFailedTargetsAndGoesOn)
 
     // A destination that cannot be a folder is refused, the list untouched.
     failures.RemoveAll();
-    EXPECT_FALSE(reader.ExtractAll(Path("out\\a.txt").c_str(), &failures));
-    EXPECT_FALSE(reader.ExtractAll("", &failures));
-    EXPECT_EQ(failures.GetCount(), 0);
+    EXPECT_FALSE(reader.ExtractAll(Path("out\\a.txt").c_str(), &failures) ||
+                 reader.ExtractAll("", &failures) || failures.GetCount() != 0);
 }
 
 }   // namespace

@@ -48,8 +48,8 @@ TEST(SWndApp, StateAfterInitAndThreadTable)
     // The test program's own command line has no arguments, and no icons.
     EXPECT_TRUE(SWndApp::GetArgCount() == 0 && !SWndApp::SetIcons(107, 108));
     SString folder = SWndApp::GetProgramFolder();
-    EXPECT_EQ(folder.GetAt(folder.GetLength() - 1), '\\');
-    EXPECT_EQ(SWndApp::GetProgramPath().Left(folder.GetLength()), folder);
+    EXPECT_TRUE(folder.GetAt(folder.GetLength() - 1) == '\\' &&
+                SWndApp::GetProgramPath().Left(folder.GetLength()) == folder);
     EXPECT_FALSE(SWndApp::Init(GetModuleHandleA(nullptr), false, false, false));
 
     EXPECT_EQ(SWndApp::FindThread(GetCurrentThreadId()), 0);

@@ -33,13 +33,13 @@ TEST(SWndDialogDesc, SectionNamesIgnoreCaseButNotBlanks)
     SWndDialogDesc desc;
     ASSERT_TRUE(desc.Parse(Doc("[label]\r\n\r\n[CodeEdit]\r\n").Text()));
     ASSERT_EQ(desc.GetControlCount(), 2);
-    EXPECT_EQ(desc.GetControl(0)->type, SWND_TYPE_LABEL);
-    EXPECT_EQ(desc.GetControl(1)->type, SWND_TYPE_CODEEDIT);
+    EXPECT_TRUE(desc.GetControl(0)->type == SWND_TYPE_LABEL &&
+                desc.GetControl(1)->type == SWND_TYPE_CODEEDIT);
 
     // 6 lines of head, then "[CODE EDIT]" on line 7.
     EXPECT_FALSE(desc.Parse(Doc("[CODE EDIT]\r\nNAME=x\r\n").Text()));
-    EXPECT_TRUE(desc.GetErrorLine() == 7 && desc.GetControlCount() == 0);
-    EXPECT_EQ(desc.GetDialog().caption, "");
+    EXPECT_TRUE(desc.GetErrorLine() == 7 && desc.GetControlCount() == 0 &&
+                desc.GetDialog().caption == "");
     EXPECT_TRUE(SWndDialogDesc::FindType("LABE") == -1 && SWndDialogDesc::FindType("") == -1);
 }
 

@@ -82,10 +82,10 @@ TEST(SWnd, CreateMessagePreFilterAndDestroy)
     ASSERT_TRUE(
         wnd.Create("Probe", WS_VISIBLE | WS_CAPTION | WS_SYSMENU, 0, &r, nullptr, nullptr, 42));
     EXPECT_TRUE(wnd.userAtCreate == 42 && !wnd.visibleAtCreate && wnd.IsVisible());
-    EXPECT_EQ(SWnd::FromHandle(wnd.GetHandle()), &wnd);
-    EXPECT_FALSE(wnd.Create("again", 0, 0, &r, nullptr, nullptr, 0));
-    EXPECT_TRUE(GetWindowLongA(wnd.GetHandle(), GWL_STYLE) & WS_POPUP);
-    EXPECT_EQ(ClassOf(wnd), "CLASS_SWND");
+    EXPECT_TRUE(SWnd::FromHandle(wnd.GetHandle()) == &wnd &&
+                !wnd.Create("again", 0, 0, &r, nullptr, nullptr, 0));
+    EXPECT_TRUE((GetWindowLongA(wnd.GetHandle(), GWL_STYLE) & WS_POPUP) &&
+                ClassOf(wnd) == "CLASS_SWND");
     ProbeWnd child;
     RECT cr = {5, 5, 25, 25};
     ASSERT_TRUE(child.Create("", WS_CHILD, WS_EX_STATICEDGE, &cr, wnd.GetHandle(), (HMENU)12, 0,
