@@ -153,15 +153,17 @@ TEST_F(UpdateInstall, VersionOneTakesItsDeltaAndASkippedVersionTheFullPackage)
     // Release 1 installed; release 2 keeps one file, changes the program and
     // one file, adds one and drops one, which stays on the disk.
     const std::pair<std::string, std::string> files[] = {
-        {"r1\\data\\keep.dat", "kept"},         {"r1\\data\\readme.txt", "one"},
-        {"r1\\old.txt", "only in 1"},           {"r2\\data\\keep.dat", "kept"},
-        {"r2\\data\\readme.txt", kPayloadText}, {"r2\\new\\added.txt", "added in 2"},
+        {"r1\\data\\keep.dat", "kept"},
+        {"r1\\data\\readme.txt", "one"},
+        {"r1\\old.txt", "only in 1"},
+        {"r2\\data\\keep.dat", "kept"},
+        {"r2\\data\\readme.txt", kPayloadText},
+        {"r2\\new\\added.txt", "added in 2"},
+        {"r1\\SampleApp.exe", ReadFileText(BinDir() + "SampleApp1.exe")},
+        {"r2\\SampleApp.exe", ReadFileText(BinDir() + "SampleApp2.exe")},
     };
     for (const auto& file : files)
         ASSERT_TRUE(WriteFileText(m_root / file.first.c_str(), file.second));
-    for (const char* r : {"1", "2"})
-        ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp" + r + ".exe").c_str(),
-                              (m_root / "r" + r + "\\SampleApp.exe").c_str(), FALSE));
     auto pack = [&](const std::string& arguments) {
         return RunTool(m_root, "UpdatePack.exe", arguments).code;
     };
