@@ -48,32 +48,7 @@ wineserver -p
 
 winpath() { echo "Z:${1//\//\\}"; }
 
-# measure NAME COMMAND...: the fastest of REPEAT runs under GNU time: wall
-# seconds, CPU seconds and peak resident set (KB).
-declare -A wall cpu rss
-measure()
-{
-    local name=$1 run seconds user system peak
-    shift
-    wall[$name]=
-    for ((run = 0; run < repeat; run++)); do
-        /usr/bin/time -f "%e %U %S %M" -o "$work/time.txt" "$@" >"$work/$name.out" \
-            2>"$work/$name.err" || {
-            echo "bench: $name failed:" >&2
-            cat "$work/$name.err" >&2
-            exit 1
-        }
-        read -r seconds user system peak <"$work/time.txt"
-        if [[ -z "${wall[$name]}" ]] || awk -v a="$seconds" -v b="${wall[$name]}" 'BEGIN { exit !(a < b) }'; then
-            wall[$name]=$seconds
-            cpu[$name]=$(awk -v u="$user" -v s="$system" 'BEGIN { printf "%.2f", u + s }')
-            rss[$name]=$peak
-            cp "$work/$name.out" "$work/$name.best.out"
-            cp "$work/$name.err" "$work/$name.best.err"
-        fi
-    done
-    printf '%-20s %8.2f s %8.2f s %9d KB\n' "$name" "${wall[$name]}" "${cpu[$name]}" "${rss[$name]}"
-}
+source "$here/measure.sh"
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.3f", (b > 0 ? a / b : 0) }'; }
 
 # Release 1: DLLs in name order up to CORPUS_MB; the next DLLs outside it
