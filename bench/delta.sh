@@ -32,23 +32,9 @@ for tool in wine zip /usr/bin/time; do
     command -v "$tool" >/dev/null || { echo "bench: $tool is missing" >&2; exit 1; }
 done
 
-work=${WORK:-$(mktemp -d /tmp/vxdelta.XXXXXX)}
-mkdir -p "$work"
-export WINEPREFIX=${WINEPREFIX:-/tmp/vxdelta-wineprefix}
-export WINEDEBUG=-all
-export WINEDLLOVERRIDES="mscoree,mshtml="
-cleanup()
-{
-    wineserver -k 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-[[ -d "$WINEPREFIX" ]] || wineboot -i >/dev/null 2>&1
-wineserver -p
+source "$here/common.sh"
+start_wine vxdelta
 
-winpath() { echo "Z:${1//\//\\}"; }
-
-source "$here/measure.sh"
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.3f", (b > 0 ? a / b : 0) }'; }
 
 # Release 1: DLLs in name order up to CORPUS_MB; the next DLLs outside it

@@ -30,26 +30,10 @@ for tool in wine pigz zip unzip tar /usr/bin/time; do
     command -v "$tool" >/dev/null || { echo "bench: $tool is missing" >&2; exit 1; }
 done
 
-work=${WORK:-$(mktemp -d /tmp/vxbench.XXXXXX)}
-mkdir -p "$work"
-export WINEPREFIX=${WINEPREFIX:-/tmp/vxbench-wineprefix}
-export WINEDEBUG=-all
-export WINEDLLOVERRIDES="mscoree,mshtml="
-cleanup()
-{
-    wineserver -k 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-[[ -d "$WINEPREFIX" ]] || wineboot -i >/dev/null 2>&1
-# A wineserver that stays up, so no run pays for starting it.
-wineserver -p
+source "$here/common.sh"
+start_wine vxbench
 
-winpath() { echo "Z:${1//\//\\}"; }
-
-# measure NAME COMMAND...: see measure.sh.
 repeat=${REPEAT:-3}
-source "$here/measure.sh"
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }'; }
 minus() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (a - b > 0 ? a - b : 0) }'; }
 

@@ -1,5 +1,24 @@
-# Sourced by the bench scripts, which set $work (a folder for its files) and
-# $repeat. measure NAME COMMAND...: runs the command $repeat times under GNU
+# Sourced by the bench scripts.
+#
+# start_wine NAME: a work folder $work (WORK, or a new /tmp/NAME.XXXXXX) and
+# a Wine prefix (WINEPREFIX, or /tmp/NAME-wineprefix) with a wineserver that
+# stays up, so no run pays for starting it; on exit the wineserver stops and
+# the work folder is removed.
+start_wine()
+{
+    work=${WORK:-$(mktemp -d "/tmp/$1.XXXXXX")}
+    mkdir -p "$work"
+    export WINEPREFIX=${WINEPREFIX:-/tmp/$1-wineprefix}
+    export WINEDEBUG=-all
+    export WINEDLLOVERRIDES="mscoree,mshtml="
+    trap 'wineserver -k 2>/dev/null || true; rm -rf "$work"' EXIT
+    [[ -d "$WINEPREFIX" ]] || wineboot -i >/dev/null 2>&1
+    wineserver -p
+}
+
+winpath() { echo "Z:${1//\//\\}"; }
+
+# measure NAME COMMAND... (needs $work and $repeat): runs the command $repeat times under GNU
 # time and keeps the fastest run: its wall seconds, CPU seconds (user +
 # system) and peak resident set (KB) of the process tree's largest member.
 # The fastest run is the one least disturbed by other work on the machine.
