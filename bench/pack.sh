@@ -30,52 +30,10 @@ for tool in wine pigz zip unzip tar /usr/bin/time; do
     command -v "$tool" >/dev/null || { echo "bench: $tool is missing" >&2; exit 1; }
 done
 
-work=${WORK:-$(mktemp -d /tmp/vxbench.XXXXXX)}
-mkdir -p "$work"
-export WINEPREFIX=${WINEPREFIX:-/tmp/vxbench-wineprefix}
-export WINEDEBUG=-all
-export WINEDLLOVERRIDES="mscoree,mshtml="
-cleanup()
-{
-    wineserver -k 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-[[ -d "$WINEPREFIX" ]] || wineboot -i >/dev/null 2>&1
-# A wineserver that stays up, so no run pays for starting it.
-wineserver -p
+source "$here/common.sh"
+start_wine vxbench
 
-winpath() { echo "Z:${1//\//\\}"; }
-
-# measure NAME COMMAND...: runs the command REPEAT times (default 3) under GNU
-# time and keeps the fastest run: its wall seconds, CPU seconds (user +
-# system) and peak resident set (KB) of the process tree's largest member.
-# The fastest run is the one least disturbed by other work on the machine.
 repeat=${REPEAT:-3}
-declare -A wall cpu rss
-measure()
-{
-    local name=$1 run seconds user system peak
-    shift
-    wall[$name]=
-    for ((run = 0; run < repeat; run++)); do
-        /usr/bin/time -f "%e %U %S %M" -o "$work/time.txt" "$@" >"$work/$name.out" \
-            2>"$work/$name.err" || {
-            echo "bench: $name failed:" >&2
-            cat "$work/$name.err" >&2
-            exit 1
-        }
-        read -r seconds user system peak <"$work/time.txt"
-        if [[ -z "${wall[$name]}" ]] || awk -v a="$seconds" -v b="${wall[$name]}" 'BEGIN { exit !(a < b) }'; then
-            wall[$name]=$seconds
-            cpu[$name]=$(awk -v u="$user" -v s="$system" 'BEGIN { printf "%.2f", u + s }')
-            rss[$name]=$peak
-            cp "$work/$name.out" "$work/$name.best.out"
-            cp "$work/$name.err" "$work/$name.best.err"
-        fi
-    done
-    printf '%-22s %8.2f s %8.2f s %9d KB\n' "$name" "${wall[$name]}" "${cpu[$name]}" "${rss[$name]}"
-}
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }'; }
 minus() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (a - b > 0 ? a - b : 0) }'; }
 

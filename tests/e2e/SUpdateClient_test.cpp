@@ -77,4 +77,29 @@ TEST(SUpdateClient, DescriptionAndVersions)
     EXPECT_EQ(SUpdateClient::PackageUrlFor("http://h/v1.2/release"), "http://h/v1.2/release.bin");
 }
 
+TEST(SUpdateClient, PicksTheDeltaMadeForTheInstalledVersion)
+{
+    // Lines that are not whole delta lines, or name a file elsewhere, are
+    // left out; the last one has no line end, as where a download stopped.
+    const char text[] =
+        "3.0\r\n9000\r\nfrom 1.0 500 r-from-1.0.bin\r\nfrom 2 700 r-from-2.bin\r\n"
+        "from 2.5 x r.bin\r\nfrom 2.6 8 ../r.bin\r\nnotes\r\nfrom 2.7 9 r-from-2.7.b";
+    SUpdateDescription desc;
+    ASSERT_TRUE(SUpdateClient::ParseDescription(text, sizeof(text) - 1, &desc));
+    ASSERT_EQ(desc.deltas.size(), 2u);
+    struct Case {
+        const char *installed, *url;
+        unsigned long size;
+    } cases[] = {
+        {"1.0.0.0", "http://h/a/r-from-1.0.bin", 500},
+        {"2.0", "http://h/a/r-from-2.bin", 700},
+        {"1.5", "http://h/a/r.bin", 9000},
+        {"2.7", "http://h/a/r.bin", 9000},
+    };
+    for (const Case& c : cases) {
+        SUpdatePackage package = SUpdateClient::PackageFor("http://h/a/r.upd", desc, c.installed);
+        EXPECT_TRUE(package.url == c.url && package.size == c.size) << c.installed;
+    }
+}
+
 }   // namespace

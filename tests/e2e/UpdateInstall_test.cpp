@@ -148,6 +148,66 @@ TEST_F(UpdateInstall, InstallsAndRestartsTheApplication)
     }
 }
 
+TEST_F(UpdateInstall, VersionOneTakesItsDeltaAndASkippedVersionTheFullPackage)
+{
+    // Release 1 installed; release 2 keeps one file, changes the program and
+    // one file, adds one and drops one, which stays on the disk.
+    const std::pair<std::string, std::string> files[] = {
+        {"r1\\data\\keep.dat", "kept"},
+        {"r1\\data\\readme.txt", "one"},
+        {"r1\\old.txt", "only in 1"},
+        {"r2\\data\\keep.dat", "kept"},
+        {"r2\\data\\readme.txt", kPayloadText},
+        {"r2\\new\\added.txt", "added in 2"},
+        {"r1\\SampleApp.exe", ReadFileText(BinDir() + "SampleApp1.exe")},
+        {"r2\\SampleApp.exe", ReadFileText(BinDir() + "SampleApp2.exe")},
+    };
+    for (const auto& file : files)
+        ASSERT_TRUE(WriteFileText(m_root / file.first.c_str(), file.second));
+    auto pack = [&](const std::string& arguments) {
+        return RunTool(m_root, "UpdatePack.exe", arguments).code;
+    };
+    ASSERT_EQ(pack("make " + Quote(m_root / "r1") + " " + Quote(m_served + "r1.upd") +
+                   " --version 1.0.0.0"),
+              0u);
+    ASSERT_EQ(pack("make " + Quote(m_root / "r2") + " " + Quote(m_served + "app.upd") +
+                   " --version 2.0.0.0 --since " + Quote(m_served + "r1.upd")),
+              0u);
+    const std::string desc = ReadFileText(m_served + "app.upd");
+    ASSERT_TRUE(
+        WriteFileText(m_appDir + "SampleApp.ini",
+                      "[update]\r\nexitafter=0\r\nurl=" + s_servers.Nginx("app.upd") + "\r\n"));
+    // The second round finds a delta only for another version.
+    for (const char* round : {"app-from-1.0.0.0.bin", "app.bin"}) {
+        SCOPED_TRACE(round);
+        if (!strcmp(round, "app.bin")) {
+            std::string other = desc;
+            other.replace(other.find("from 1.0.0.0"), 12, "from 1.5.0.0");
+            ASSERT_TRUE(WriteFileText(m_served + "app.upd", other));
+        }
+        // Release 1, once the version started last time has ended.
+        ASSERT_TRUE(WaitUntil(
+            [&] {
+                return pack("extract " + Quote(m_served + "r1.bin") + " " + Quote(m_appDir)) == 0;
+            },
+            20000));
+        DeleteFileA((m_appDir + "SampleApp.log").c_str());
+        DeleteFileA((m_appDir + "new\\added.txt").c_str());
+        Process app;
+        ASSERT_TRUE(app.Start(AppExe(), "", m_tempDir));
+        ASSERT_TRUE(WaitForFileText(m_appDir + "SampleApp.log", "started 2.0.0.0", 60000)) << Log();
+        EXPECT_NE(Log().find(s_servers.Nginx(round) + ", " +
+                             std::to_string(ReadFileText(m_served + round).size()) + " bytes"),
+                  std::string::npos)
+            << Log();
+        for (const char* name :
+             {"SampleApp.exe", "data\\keep.dat", "data\\readme.txt", "new\\added.txt"})
+            EXPECT_TRUE(ReadFileText(m_appDir + name) == ReadFileText(m_root / "r2\\" + name))
+                << name;
+        EXPECT_EQ(ReadFileText(m_appDir + "old.txt"), "only in 1");
+    }
+}
+
 TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
 {
     unsigned long size = ServePackage("app.bin");

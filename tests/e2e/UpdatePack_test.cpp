@@ -181,4 +181,94 @@ TEST(UpdatePack, MakeFailsNamingEveryFileItCannotPack)
     EXPECT_FALSE(e2e::FileExists(dir / "p.upd"));
 }
 
+// Two releases whose files differ in the ways a delta must tell apart: bytes
+// past the first chunk, one byte more, a first byte, an empty file that
+// fills, a name in other letter case; plus one file added and one removed.
+TEST(UpdatePack, MakeSinceHoldsExactlyTheChangedFiles)
+{
+    e2e::TempDir dir("vx delta ");
+    const std::string big = Bytes(250001, 'q');
+    std::string tail = big, head = big;
+    tail.back() ^= 1;
+    head[0] ^= 1;
+    struct File {
+        const char *v1, *v2;   // name in each release (null: absent)
+        std::string bytes1, bytes2;
+        bool inDelta;
+    } files[] = {
+        {"same.dat", "same.dat", big, big, false},
+        {"tail.dat", "tail.dat", big, tail, true},
+        {"grown.dat", "grown.dat", big, big + "x", true},
+        {"head.dat", "head.dat", big, head, true},
+        {"empty", "empty", "", "", false},
+        {"filled", "filled", "", "now", true},
+        {"data\\readme.txt", "DATA\\ReadMe.TXT", "text", "text", false},
+        {nullptr, "sub\\added.txt", "", "new", true},
+        {"sub\\removed.txt", nullptr, "old", "", false},
+    };
+    for (const File& f : files) {
+        if (f.v1)
+            Put(dir / "v1\\" + f.v1, f.bytes1);
+        if (f.v2)
+            Put(dir / "v2\\" + f.v2, f.bytes2);
+    }
+    RunPack(dir, "make " + Quote(dir / "v1") + " " + Quote(dir / "r1.upd") + " --version 1.2");
+    Result made = RunPack(dir,
+                          "make " + Quote(dir / "v2") + " " + Quote(dir / "r2.upd") +
+                              " --version 2 --since " + Quote(dir / "r1.upd"));
+    ASSERT_EQ(made.code, 0u) << made.err;
+    const std::string delta = e2e::ReadFileText(dir / "r2-from-1.2.bin");
+    EXPECT_EQ(e2e::ReadFileText(dir / "r2.upd"),
+              "2\r\n" + std::to_string(e2e::ReadFileText(dir / "r2.bin").size()) + "\r\nfrom 1.2 " +
+                  std::to_string(delta.size()) + " r2-from-1.2.bin\r\n");
+    EXPECT_NE(made.out.find("  removed  sub\\removed.txt\n"), std::string::npos) << made.out;
+    Result listed = RunPack(dir, "list " + Quote(dir / "r2-from-1.2.bin"));
+    for (const File& f : files) {
+        bool listedHere =
+            f.v2 && listed.out.find(std::string("  ") + f.v2 + "\n") != std::string::npos;
+        EXPECT_EQ(listedHere, f.inDelta) << (f.v2 ? f.v2 : f.v1);
+    }
+}
+
+TEST(UpdatePack, MakeSinceRefusesAReleaseItCannotTrust)
+{
+    e2e::TempDir dir("vx delta ");
+    Put(dir / "v\\one.dat", Bytes(5000, 'o'));
+    auto make = [&](const char* desc, const std::string& rest) {
+        return RunPack(dir, "make " + Quote(dir / "v") + " " + Quote(dir / desc) + " " + rest);
+    };
+    ASSERT_EQ(make("r1.upd", "--version 1").code, 0u);
+    ASSERT_EQ(make("other1.upd", "--version 1.0.0.0").code, 0u);
+    const std::string since = "--since " + Quote(dir / "r1.upd");
+    // The last bytes before the end marker are the stream's checksum: the
+    // bytes still inflate the same, yet the old file is not the one named.
+    std::string broken = e2e::ReadFileText(dir / "r1.bin");
+    broken[broken.size() - 5] ^= 1;
+    Put(dir / "r1.bin", broken);
+    ASSERT_EQ(make("r2.upd", "--version 2 " + since).code, 0u);
+    EXPECT_NE(RunPack(dir, "list " + Quote(dir / "r2-from-1.bin")).out.find("one.dat"),
+              std::string::npos);
+
+    Put(dir / "stale.upd", "1\r\n99\r\n");
+    Put(dir / "stale.bin", "");
+    struct Case {
+        const char* desc;
+        std::string rest, error;
+    } cases[] = {
+        {"r3.upd", "--version 1 " + since, "is not older than the new version"},
+        {"r3.upd", "--version 2 --since " + Quote(dir / "stale.upd"), "is not the one"},
+        {"r3.upd", "--version 2 " + since + " --since " + Quote(dir / "other1.upd"),
+         "are both version"},
+        {"r1.upd", "--version 2 " + since, "would be replaced"},
+        {"r3.upd", "--version beta " + since, "is none"},
+    };
+    for (const Case& c : cases) {
+        Result refused = make(c.desc, c.rest);
+        EXPECT_EQ(refused.code, 1u) << c.rest;
+        EXPECT_NE(refused.err.find(c.error), std::string::npos) << refused.err;
+    }
+    EXPECT_FALSE(e2e::FileExists(dir / "r3.upd") || e2e::FileExists(dir / "r3.bin"));
+    EXPECT_EQ(RunPack(dir, "list " + Quote(dir / "r1.bin") + " " + since).code, 2u);
+}
+
 }   // namespace

@@ -1,5 +1,5 @@
-// SampleApp: a small application kept up to date by Update.exe, built twice
-// (versions 1 and 2) for the demo and the whole-program tests.
+// SampleApp: a small application kept up to date by Update.exe, built three
+// times (versions 1, 2 and 3) for the demo and the whole-program tests.
 //
 // On start it appends "started <version>" to SampleApp.log beside its
 // executable. When SampleApp.ini beside it names a description file
@@ -62,13 +62,14 @@ bool CheckForUpdate()
         return false;
     }
     std::string updater = g_folder + "Update.exe";
-    std::string package = SUpdateClient::PackageUrlFor(url.c_str());
-    if (!SUpdateClient::StartUpdater(updater.c_str(), desc.size, package.c_str(), g_folder.c_str(),
-                                     g_exePath.c_str())) {
+    SUpdatePackage package = SUpdateClient::PackageFor(url.c_str(), desc, SAMPLE_VERSION);
+    if (!SUpdateClient::StartUpdater(updater.c_str(), package.size, package.url.c_str(),
+                                     g_folder.c_str(), g_exePath.c_str())) {
         Log("could not start Update.exe");
         return false;
     }
-    std::string line = "handing over to Update.exe for version " + desc.version;
+    std::string line = "handing over to Update.exe for version " + desc.version + ": " +
+        package.url + ", " + std::to_string(package.size) + " bytes";
     Log(line.c_str());
     return true;
 }

@@ -17,6 +17,12 @@
 // lines: the version text and the package size in bytes. The package (".bin")
 // lies beside it under the same title; PackageUrlFor derives its address.
 //
+// Lines after the second describe delta packages, each holding only the files
+// that changed since one earlier release: "from <version> <size> <file name>",
+// the file lying beside the description. PackageFor picks the delta made for
+// the installed version, or else the full package; an application on any
+// other version still gets everything it needs.
+//
 // The application path reaches Update.exe as ProbePath gives it: the full
 // path of the executable as the system reports it for a running process,
 // backslashes only. Update.exe compares it with the running programs as text,
@@ -30,16 +36,34 @@
 #include <string.h>
 
 #include <string>
+#include <vector>
+
+// One delta line of a description.
+struct SUpdateDelta {
+    std::string from;         // the version it updates
+    unsigned long size = 0;   // its size in bytes
+    std::string file;         // its file name, beside the description
+};
 
 struct SUpdateDescription {
     std::string version;      // line 1, as the publisher typed it
     unsigned long size = 0;   // line 2: package size in bytes
+    std::vector<SUpdateDelta> deltas;
+};
+
+// The package to hand to Update.exe.
+struct SUpdatePackage {
+    std::string url;
+    unsigned long size = 0;
+    bool delta = false;
 };
 
 class SUpdateClient {
 public:
-    // Parses the two lines of a description file. False when the text has no
-    // second line or the second line is not a decimal number.
+    // Parses the two lines of a description file and the delta lines after
+    // them. False when the text has no second line or the second line is not
+    // a decimal number. A delta line that is not whole (no line end, as where
+    // a download stopped) or not of the delta form is left out.
     static bool ParseDescription(const char* text, size_t length, SUpdateDescription* out)
     {
         if (!text || !out)
@@ -59,6 +83,17 @@ public:
             return false;
         out->version = line1;
         out->size = strtoul(line2.c_str(), nullptr, 10);
+        out->deltas.clear();
+        for (size_t at = end2 == std::string::npos ? all.size() : end1 + 1 + end2 + 1;
+             at < all.size();) {
+            size_t end = all.find('\n', at);
+            if (end == std::string::npos)
+                break;
+            SUpdateDelta delta;
+            if (ParseDelta(all.substr(at, end - at), &delta))
+                out->deltas.push_back(delta);
+            at = end + 1;
+        }
         return true;
     }
 
@@ -131,6 +166,30 @@ public:
         if (dot != std::string::npos && (slash == std::string::npos || dot > slash))
             url.resize(dot);
         return url + ".bin";
+    }
+
+    // The package for an application of installedVersion, given the
+    // description read from descriptionUrl: the delta whose "from" version
+    // equals the installed one (as CompareVersions compares), beside the
+    // description; else the full package (PackageUrlFor) with line 2's size.
+    static SUpdatePackage PackageFor(const char* descriptionUrl, const SUpdateDescription& desc,
+                                     const char* installedVersion)
+    {
+        SUpdatePackage package;
+        for (const SUpdateDelta& delta : desc.deltas) {
+            if (CompareVersions(delta.from.c_str(), installedVersion) == 0) {
+                std::string url(descriptionUrl ? descriptionUrl : "");
+                size_t slash = url.find_last_of("/\\");
+                url.resize(slash == std::string::npos ? 0 : slash + 1);
+                package.url = url + delta.file;
+                package.size = delta.size;
+                package.delta = true;
+                return package;
+            }
+        }
+        package.url = PackageUrlFor(descriptionUrl);
+        package.size = desc.size;
+        return package;
     }
 
     // One argument as Update.exe reads it back: wrapped in double quotes as it
@@ -221,6 +280,31 @@ public:
     }
 
 private:
+    // "from <version> <size> <file name>": the version of digits and dots,
+    // the size decimal, the name the rest of the line, a plain name with no
+    // folder part.
+    static bool ParseDelta(std::string line, SUpdateDelta* out)
+    {
+        TrimLineEnd(&line);
+        if (line.compare(0, 5, "from ") != 0)
+            return false;
+        size_t space1 = line.find(' ', 5);
+        size_t space2 = space1 == std::string::npos ? space1 : line.find(' ', space1 + 1);
+        if (space2 == std::string::npos)
+            return false;
+        std::string from = line.substr(5, space1 - 5);
+        std::string size = line.substr(space1 + 1, space2 - space1 - 1);
+        std::string file = line.substr(space2 + 1);
+        if (from.empty() || from.find_first_not_of("0123456789.") != std::string::npos ||
+            size.empty() || size.find_first_not_of("0123456789") != std::string::npos ||
+            file.empty() || file.find_first_of("/\\:") != std::string::npos || file == "." ||
+            file == "..")
+            return false;
+        out->from = from;
+        out->size = strtoul(size.c_str(), nullptr, 10);
+        out->file = file;
+        return true;
+    }
     static void TrimLineEnd(std::string* line)
     {
         while (!line->empty() && (line->back() == '\r' || line->back() == '\n'))

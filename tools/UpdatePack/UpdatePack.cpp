@@ -10,11 +10,15 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <memory>
+
+#include "PDeltaPackage.h"
 #include "PPackCheck.h"
 #include "PSourceFiles.h"
 #include "core/SLittleEndian.h"
 #include "core/SString.h"
 #include "core/SStringArray.h"
+#include "core/SVersion.h"
 #include "file/SDisk.h"
 #include "file/SFilePath.h"
 #include "file/SPath.h"
@@ -29,7 +33,7 @@ enum { kOk = 0, kFailed = 1, kUsage = 2 };
 const char kUsageText[] =
     "Usage: UpdatePack <command> [--stats]\n"
     "\n"
-    "  make FOLDER DESC.upd [--version TEXT] [--sign KEY.pem]\n"
+    "  make FOLDER DESC.upd [--version TEXT] [--sign KEY.pem] [--since OLD.upd ...]\n"
     "      Packs every file under FOLDER (except FOLDER\\Update.exe) into the\n"
     "      package beside DESC.upd (same title, extension .bin) and writes the\n"
     "      description file DESC.upd: the version (default 1.0.0.0) and the\n"
@@ -37,6 +41,10 @@ const char kUsageText[] =
     "      (unreadable, 2 GB or more, a name the ANSI code page cannot hold, a\n"
     "      name that differs from another only in letter case) and names each.\n"
     "      With --sign the package is signed with the private key in KEY.pem.\n"
+    "      Each --since names an earlier release's description, its package\n"
+    "      beside it: a delta package TITLE-from-OLDVERSION.bin beside DESC.upd\n"
+    "      then holds the files that changed or were added since, and DESC.upd\n"
+    "      lists it on a line \"from OLDVERSION SIZE FILE\" after the two lines.\n"
     "  list PKG\n"
     "      Shows the package's mode and each entry's data length and name.\n"
     "  extract PKG DEST\n"
@@ -149,7 +157,89 @@ bool WriteText(const char* path, const SString& text)
     return file.IsOpen() && file.Write(text.Text(), text.GetLength()) == text.GetLength();
 }
 
-int Make(const char* folderText, const char* descText, const char* version, const char* keyPath)
+// Reads the earlier releases given with --since, before anything is written.
+// False, naming the fault, when one cannot be the base of a delta to
+// version, or two give the same version, or a package written here would
+// replace one of theirs.
+bool LoadDeltas(PDeltaPackage* deltas, const char* const* since, int count, const char* version,
+                const SString& package, const SString& desc)
+{
+    SVersion newVersion;
+    if (count > 0 && !newVersion.Parse(version)) {
+        Error("A delta needs a version of one to four numbers: \"%s\" is none", version);
+        return false;
+    }
+    for (int i = 0; i < count; i++) {
+        if (!deltas[i].Load(since[i], newVersion)) {
+            Error("%s", deltas[i].GetError().Text());
+            return false;
+        }
+        SVersion from;
+        from.Parse(deltas[i].GetFrom().Text());
+        for (int j = 0; j < i; j++) {
+            SVersion other;
+            other.Parse(deltas[j].GetFrom().Text());
+            if (from.Compare(other) == 0) {
+                Error("%s and %s are both version %s", since[j], since[i],
+                      deltas[i].GetFrom().Text());
+                return false;
+            }
+        }
+    }
+    for (int i = 0; i < count; i++) {
+        for (int j = 0; j < count; j++) {
+            const SString& old = deltas[j].GetOldPackage();
+            if (!old.CompareNoCase(package.Text()) ||
+                !old.CompareNoCase(deltas[i].PathFor(desc).Text())) {
+                Error("%s would be replaced: write the new release to another place", old.Text());
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// Writes the delta beside desc, signs it with key when one is loaded, prints
+// what it holds and adds its line to lines.
+bool WriteDelta(PDeltaPackage& delta, const SString& root, const SStringArray& names,
+                const SString& desc, const SEcKey& key, SString* lines)
+{
+    const SString path = delta.PathFor(desc);
+    bool written = delta.Compare(root, names) && delta.Write(root, path.Text(), ShowProgress);
+    EndProgress();
+    if (!written) {
+        Error("%s", delta.GetError().Text());
+        return false;
+    }
+    SPackageSignature signature;
+    if (key.HasKey() && !signature.Sign(path.Text(), key)) {
+        Error("Cannot sign %s", path.Text());
+        return false;
+    }
+    SDisk disk;
+    uint32_t size = disk.FileSize(path.Text());
+    SPath name;
+    name.Set(path.Text());
+    SString line;
+    line.Format("from %s %u %s\r\n", delta.GetFrom().Text(), size, name.Name().Text());
+    *lines += line;
+    printf("%s\n  from %s: %d of %d files, %u bytes\n", path.Text(), delta.GetFrom().Text(),
+           delta.GetChanged().GetCount() + delta.GetAdded().GetCount(), names.GetCount(), size);
+    const SStringArray* lists[3] = {&delta.GetChanged(), &delta.GetAdded(), &delta.GetRemoved()};
+    const char* labels[3] = {"changed", "added", "removed"};
+    for (int k = 0; k < 3; k++) {
+        for (int i = 0; i < lists[k]->GetCount(); i++)
+            printf("  %-8s %s\n", labels[k], lists[k]->GetText(i));
+    }
+    if (delta.GetRemoved().GetCount() > 0)
+        printf("  (removed files stay on the disks of users of %s: the installer never "
+               "deletes)\n",
+               delta.GetFrom().Text());
+    return true;
+}
+
+int Make(const char* folderText, const char* descText, const char* version, const char* keyPath,
+         const char* const* since, int sinceCount)
 {
     _PTimer timer;
     SEcKey key;
@@ -180,6 +270,9 @@ int Make(const char* folderText, const char* descText, const char* version, cons
     if (desc.Set(descText) == SPATH_INVALID || !desc.HasName())
         return Usage("the description file needs a file name");
     const SString package = PSourceFiles::PackagePath(desc);
+    std::unique_ptr<PDeltaPackage[]> deltas(new PDeltaPackage[sinceCount > 0 ? sinceCount : 1]);
+    if (!LoadDeltas(deltas.get(), since, sinceCount, version, package, desc.Full()))
+        return kFailed;
 
     SResource writer;
     writer.SetFolder(root.Text());
@@ -231,12 +324,20 @@ int Make(const char* folderText, const char* descText, const char* version, cons
         return kFailed;
     }
 
+    SString deltaLines;
+    for (int i = 0; i < sinceCount; i++) {
+        if (!WriteDelta(deltas[i], root, writer.GetIndex().GetNames(), desc.Full(), key,
+                        &deltaLines))
+            return kFailed;
+    }
+
     uint32_t size = disk.FileSize(package.Text());
     SFilePath description(desc.Full().Text(), true, true, false);
     SString sizeText;
     sizeText.Format("%u", size);
     if (!description.IsOpen() || description.WriteLine(version) != (int)strlen(version) + 2 ||
-        description.WriteLine(sizeText.Text()) != sizeText.GetLength() + 2) {
+        description.WriteLine(sizeText.Text()) != sizeText.GetLength() + 2 ||
+        description.WriteString(deltaLines.Text()) != deltaLines.GetLength()) {
         Error("Cannot write %s", desc.Full().Text());
         return kFailed;
     }
@@ -512,6 +613,8 @@ int Run(int argc, char** argv)
     const char* signKey = nullptr;    // make --sign
     const char* checkKey = nullptr;   // verify --key
     const char* output = nullptr;     // stamp -o
+    const char* since[8];             // make --since, each
+    int sinceCount = 0;
     bool resign = false;
     bool stats = false;
     for (int i = 1; i < argc; i++) {
@@ -532,6 +635,12 @@ int Run(int argc, char** argv)
                 return Usage(problem.Text());
             }
             *value = argv[i];
+        } else if (!strcmp(arg, "--since")) {
+            if (++i >= argc)
+                return Usage("--since needs a value");
+            if (sinceCount == 8)
+                return Usage("at most 8 --since");
+            since[sinceCount++] = argv[i];
         } else if (!strcmp(arg, "--stats")) {
             stats = true;
         } else if (!strcmp(arg, "--resign")) {
@@ -551,13 +660,13 @@ int Run(int argc, char** argv)
 
     const char* command = args[0];
     auto is = [command](const char* name) { return strcmp(command, name) == 0; };
-    if ((version || signKey) && !is("make"))
-        return Usage("--version and --sign belong to make");
+    if ((version || signKey || sinceCount) && !is("make"))
+        return Usage("--version, --sign and --since belong to make");
     if ((checkKey && !is("verify")) || (resign && !is("sign")) || (output && !is("stamp")))
         return Usage("--key belongs to verify, --resign to sign, -o to stamp");
     int result;
     if (is("make") && count == 3)
-        result = Make(args[1], args[2], version ? version : "1.0.0.0", signKey);
+        result = Make(args[1], args[2], version ? version : "1.0.0.0", signKey, since, sinceCount);
     else if (is("list") && count == 2)
         result = List(args[1]);
     else if (is("extract") && count == 3)
