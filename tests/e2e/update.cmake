@@ -9,7 +9,8 @@ foreach(name UpdateInstall UpdateMake)
   endif()
 endforeach()
 
-# The client helper's command line against the tool's argument reader.
-vx_add_gtest(SUpdateClient_test SOURCES SUpdateClient_test.cpp LIBS vx_system vx_wnd wininet LABELS win
-             TIMEOUT 60)
+# The client helper: its command line against the tool's argument reader, its
+# fetch and background check against nginx and the fault server.
+vx_add_gtest(SUpdateClient_test SOURCES SUpdateClient_test.cpp
+             LIBS vx_system vx_wnd wininet crypt32 shell32 LABELS win TIMEOUT 120)
 target_include_directories(SUpdateClient_test PRIVATE ${PROJECT_SOURCE_DIR}/tools)

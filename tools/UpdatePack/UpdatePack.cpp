@@ -15,6 +15,7 @@
 #include "core/SLittleEndian.h"
 #include "core/SString.h"
 #include "core/SStringArray.h"
+#include "core/SVersion.h"
 #include "file/SDisk.h"
 #include "file/SFilePath.h"
 #include "file/SPath.h"
@@ -29,16 +30,23 @@ enum { kOk = 0, kFailed = 1, kUsage = 2 };
 const char kUsageText[] =
     "Usage: UpdatePack <command> [--stats]\n"
     "\n"
-    "  make FOLDER DESC.upd [--version TEXT] [--sign KEY.pem]\n"
+    "  make FOLDER DESC.upd [--version TEXT [--any-version]] [--updater EXE]\n"
+    "       [--sign KEY.pem]\n"
     "      Packs every file under FOLDER (except FOLDER\\Update.exe) into the\n"
     "      package beside DESC.upd (same title, extension .bin) and writes the\n"
     "      description file DESC.upd: the version (default 1.0.0.0) and the\n"
     "      package size. Fails, writing nothing, when any file cannot be packed\n"
     "      (unreadable, 2 GB or more, a name the ANSI code page cannot hold, a\n"
     "      name that differs from another only in letter case) and names each.\n"
+    "      The version is 1 to 4 dot-separated numbers from 0 to 65535 (2.1,\n"
+    "      1.0.0.7): the order applications compare in. --any-version takes\n"
+    "      any text, which applications never see as newer.\n"
+    "      --updater EXE adds EXE as Update.exe.next, which replaces Update.exe\n"
+    "      at the application's next start (the updater's own update).\n"
     "      With --sign the package is signed with the private key in KEY.pem.\n"
     "  list PKG\n"
-    "      Shows the package's mode and each entry's data length and name.\n"
+    "      Shows the package's mode and each entry's data length (as stored),\n"
+    "      unpacked size and name.\n"
     "  extract PKG DEST\n"
     "      Unpacks every entry into the folder DEST and names each that failed.\n"
     "  verify PKG [--key PUBLIC.pem]\n"
@@ -149,7 +157,72 @@ bool WriteText(const char* path, const SString& text)
     return file.IsOpen() && file.Write(text.Text(), text.GetLength()) == text.GetLength();
 }
 
-int Make(const char* folderText, const char* descText, const char* version, const char* keyPath)
+// True for a file that begins as a Windows program does ("MZ").
+bool IsProgram(const char* path)
+{
+    SFilePath file(path, false, false, true);
+    char magic[2] = {};
+    return file.IsOpen() && file.Read(magic, 2) == 2 && magic[0] == 'M' && magic[1] == 'Z';
+}
+
+// The mistakes in make's arguments, found before anything is read or
+// written: each is a usage error naming the path or text and what is wrong
+// with it. 0 when there is none.
+int CheckMakeArguments(const char* folder, const char* desc, const char* version, bool anyVersion,
+                       const char* updater)
+{
+    SDisk disk;
+    SString problem;
+    SVersion parsed;
+    SPath descPath;
+    auto isDescName = [](const char* path) {
+        size_t length = strlen(path);
+        return length >= 4 && _stricmp(path + length - 4, ".upd") == 0;
+    };
+    if (version && !anyVersion && !parsed.Parse(version))
+        problem.Format("--version %s: a version is 1 to 4 dot-separated numbers from 0 to "
+                       "65535 (2.1, 1.0.0.7); --any-version takes it as it stands",
+                       version);
+    else if (!disk.IsFolder(folder))
+        problem.Format("%s: %s%s", folder,
+                       disk.IsFile(folder) ? "a file, not a folder" : "no such folder",
+                       isDescName(folder) || disk.IsFolder(desc)
+                           ? "; make takes the folder first, then the description file"
+                           : "");
+    else if (!isDescName(desc))
+        problem.Format("%s: the description file's name must end in .upd", desc);
+    else if (disk.IsFolder(desc))
+        problem.Format("%s is a folder, not a description file", desc);
+    else if (descPath.Set(desc) == SPATH_INVALID || !disk.IsFolder(descPath.Parent().Text()))
+        problem.Format("%s: its folder does not exist", desc);
+    else if (updater && !IsProgram(updater))
+        problem.Format("--updater %s: no such program", updater);
+    return problem.IsEmpty() ? kOk : Usage(problem.Text());
+}
+
+// Adds the program at source as the last entry of the package just written
+// to output (which stands after its end marker), compressed, under name.
+bool AppendEntry(SFilePath& output, const char* name, const char* source)
+{
+    SFilePath input(source, false, false, true);
+    const int start = output.Tell() - 4;
+    const int nameBytes = (int)strlen(name) + 1;
+    unsigned char word[4] = {};
+    if (!input.IsOpen() || output.Seek(start) != start || output.Write(word, 4) != 4 ||
+        output.Write(name, nameBytes) != nameBytes)
+        return false;
+    int written = input.Compress(&output);
+    int end = start + 4 + nameBytes + written;
+    SLittleEndian::Put32(word, (uint32_t)written);
+    if (written <= 0 || output.Tell() != end || output.Seek(start) != start ||
+        output.Write(word, 4) != 4 || output.Seek(end) != end)
+        return false;
+    SLittleEndian::Put32(word, SResourceIndex::kEndMarker);
+    return output.Write(word, 4) == 4;
+}
+
+int Make(const char* folderText, const char* descText, const char* version, const char* keyPath,
+         const char* updater)
 {
     _PTimer timer;
     SEcKey key;
@@ -180,6 +253,7 @@ int Make(const char* folderText, const char* descText, const char* version, cons
     if (desc.Set(descText) == SPATH_INVALID || !desc.HasName())
         return Usage("the description file needs a file name");
     const SString package = PSourceFiles::PackagePath(desc);
+    const char kNextUpdater[] = "Update.exe.next";
 
     SResource writer;
     writer.SetFolder(root.Text());
@@ -206,6 +280,11 @@ int Make(const char* folderText, const char* descText, const char* version, cons
         added++;
         bytesIn += size;
     }
+    if (updater && writer.GetIndex().Find(kNextUpdater) >= 0) {
+        Error("%s holds %s already; --updater %s would add another", root.Text(), kNextUpdater,
+              updater);
+        refused++;
+    }
     // A package with files missing must not reach a release.
     if (refused > 0) {
         Error("%d file%s cannot be packed; nothing written", refused, refused == 1 ? "" : "s");
@@ -218,7 +297,8 @@ int Make(const char* folderText, const char* descText, const char* version, cons
         return kFailed;
     }
     writer.SetProgress(ShowProgress, 0);
-    bool written = writer.Write(&output, true);
+    bool written =
+        writer.Write(&output, true) && (!updater || AppendEntry(output, kNextUpdater, updater));
     EndProgress();
     output.Close();
     if (!written) {
@@ -244,6 +324,8 @@ int Make(const char* folderText, const char* descText, const char* version, cons
     printf("%s\n%s\n", package.Text(), desc.Full().Text());
     if (key.HasKey())
         printf("signed by key %s\n", key.GetIdText().Text());
+    if (updater)
+        printf("%s added as %s\n", updater, kNextUpdater);
     Summary(added, bytesIn, size, timer.Seconds());
     return kOk;
 }
@@ -261,14 +343,28 @@ int List(const char* path)
     SResource package;
     if (!OpenPackage(package, path))
         return kFailed;
+    SFilePath file(path, false, false, true);
     const SResourceIndex& index = package.GetIndex();
-    printf("mode: %s\n", package.IsCompressed() ? "compressed" : "stored");
-    int64_t total = 0;
+    printf("mode: %s\n%10s  %10s  %s\n", package.IsCompressed() ? "compressed" : "stored", "stored",
+           "unpacked", "name");
+    int64_t total = 0, unpacked = 0;
     for (int i = 0; i < index.GetCount(); i++) {
-        printf("%10u  %s\n", index.GetLength(i), index.GetName(i));
+        // A stored or empty entry unpacks to its data; a compressed one to
+        // the raw lengths of its chunk headers.
+        int64_t raw = index.GetLength(i);
+        if (package.IsCompressed() && raw > 0)
+            raw = file.Seek(index.GetOffset(i)) == index.GetOffset(i)
+                ? PPackCheck::StreamRawBytes(file, index.GetLength(i))
+                : -1;
+        SString rawText;
+        rawText.Format("%lld", (long long)raw);
+        printf("%10u  %10s  %s\n", index.GetLength(i), raw < 0 ? "?" : rawText.Text(),
+               index.GetName(i));
         total += index.GetLength(i);
+        unpacked += raw < 0 ? 0 : raw;
     }
-    printf("%d entries, %lld bytes of data\n", index.GetCount(), (long long)total);
+    printf("%d entries, %lld bytes of data, %lld bytes unpacked\n", index.GetCount(),
+           (long long)total, (long long)unpacked);
     return kOk;
 }
 
@@ -512,6 +608,8 @@ int Run(int argc, char** argv)
     const char* signKey = nullptr;    // make --sign
     const char* checkKey = nullptr;   // verify --key
     const char* output = nullptr;     // stamp -o
+    const char* updater = nullptr;    // make --updater
+    bool anyVersion = false;          // make --any-version
     bool resign = false;
     bool stats = false;
     for (int i = 1; i < argc; i++) {
@@ -524,6 +622,7 @@ int Run(int argc, char** argv)
             : !strcmp(arg, "--sign")                   ? &signKey
             : !strcmp(arg, "--key")                    ? &checkKey
             : !strcmp(arg, "-o")                       ? &output
+            : !strcmp(arg, "--updater")                ? &updater
                                                        : nullptr;
         if (value) {
             if (++i >= argc) {
@@ -536,6 +635,8 @@ int Run(int argc, char** argv)
             stats = true;
         } else if (!strcmp(arg, "--resign")) {
             resign = true;
+        } else if (!strcmp(arg, "--any-version")) {
+            anyVersion = true;
         } else if (arg[0] == '-' && arg[1] == '-') {
             SString problem;
             problem.Format("unknown option %s", arg);
@@ -551,13 +652,15 @@ int Run(int argc, char** argv)
 
     const char* command = args[0];
     auto is = [command](const char* name) { return strcmp(command, name) == 0; };
-    if ((version || signKey) && !is("make"))
-        return Usage("--version and --sign belong to make");
+    if ((version || signKey || updater || anyVersion) && !is("make"))
+        return Usage("--version, --any-version, --updater and --sign belong to make");
     if ((checkKey && !is("verify")) || (resign && !is("sign")) || (output && !is("stamp")))
         return Usage("--key belongs to verify, --resign to sign, -o to stamp");
     int result;
     if (is("make") && count == 3)
-        result = Make(args[1], args[2], version ? version : "1.0.0.0", signKey);
+        result = CheckMakeArguments(args[1], args[2], version, anyVersion, updater) != kOk
+            ? kUsage
+            : Make(args[1], args[2], version ? version : "1.0.0.0", signKey, updater);
     else if (is("list") && count == 2)
         result = List(args[1]);
     else if (is("extract") && count == 3)
