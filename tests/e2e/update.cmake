@@ -14,3 +14,9 @@ endforeach()
 vx_add_gtest(SUpdateClient_test SOURCES SUpdateClient_test.cpp
              LIBS vx_system vx_wnd wininet crypt32 shell32 LABELS win TIMEOUT 120)
 target_include_directories(SUpdateClient_test PRIVATE ${PROJECT_SOURCE_DIR}/tools)
+# The sample application across starts: prompt, outcome, back-off, and the
+# updater's own update, against nginx (tests/servers).
+vx_add_gtest(SampleApp_test SOURCES SampleApp_test.cpp LIBS crypt32 LABELS e2e gui TIMEOUT 240)
+if(TARGET SampleApp_test)
+  add_dependencies(SampleApp_test Update UpdatePack SampleApp1 SampleApp2)
+endif()
