@@ -129,11 +129,9 @@ public:
         _Fetch* fetch = new _Fetch;
         fetch->url = url;
         fetch->timeoutMs = timeoutMs;
-        HANDLE thread = CreateThread(nullptr, 0, _Fetch::Run, fetch, 0, nullptr);
-        if (!thread) {
-            delete fetch;
+        HANDLE thread = StartJob(fetch);
+        if (!thread)
             return false;
-        }
         bool done = WaitForSingleObject(thread, timeoutMs) == WAIT_OBJECT_0;
         CloseHandle(thread);
         bool ok = done && fetch->ok;
@@ -417,13 +415,8 @@ public:
         check->message = message;
         check->timeoutMs = timeoutMs;
         check->backoffSeconds = backoffSeconds;
-        HANDLE thread = CreateThread(nullptr, 0, _Check::Run, check, 0, nullptr);
-        if (!thread) {
-            delete check;
-            return false;
-        }
-        CloseHandle(thread);
-        return true;
+        HANDLE thread = StartJob(check);
+        return thread && CloseHandle(thread);
     }
 
     enum Adoption { NO_NEXT_UPDATER, ADOPTED, KEPT_OLD };
@@ -500,6 +493,16 @@ private:
             return 0;
         }
     };
+
+    // Runs job->Run(job) on a new thread; the job is deleted when it cannot start.
+    template <class Job>
+    static HANDLE StartJob(Job* job)
+    {
+        HANDLE thread = CreateThread(nullptr, 0, Job::Run, job, 0, nullptr);
+        if (!thread)
+            delete job;
+        return thread;
+    }
 
     static bool IsHttps(const std::string& url) { return _strnicmp(url.c_str(), "https:", 6) == 0; }
 
