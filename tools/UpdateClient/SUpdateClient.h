@@ -37,9 +37,10 @@
 // so any other spelling of the same file would not be waited for.
 #pragma once
 
+#include <windows.h>
+
 #include <shellapi.h>
 #include <shlobj.h>
-#include <windows.h>
 #include <wininet.h>
 
 #include <stdio.h>
