@@ -4,6 +4,8 @@
 // file, its write probe and the updater's own update.
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "E2eSupport.h"
 
 #include "../servers/TestServers.h"
@@ -151,17 +153,11 @@ TEST_F(SUpdateClientNet, BackgroundCheckHoldsBackAVersionWhoseHandoverFailed)
     auto check = [&](const char* running, const std::string& address, unsigned long backoff) {
         EXPECT_TRUE(SUpdateClient::CheckInBackground(address.c_str(), running, state.c_str(),
                                                      window, WM_APP + 7, 3000, backoff));
-        MSG message;
-        for (DWORD start = GetTickCount(); GetTickCount() - start < 10000; Sleep(20)) {
-            if (PeekMessageA(&message, window, WM_APP + 7, WM_APP + 7, PM_REMOVE)) {
-                SUpdateCheck* result = (SUpdateCheck*)message.lParam;
-                EXPECT_EQ(message.wParam, (WPARAM)result->result);
-                int got = result->result;
-                delete result;
-                return got;
-            }
-        }
-        return -1;
+        MSG message = {};
+        e2e::WaitUntil([&] { return PeekMessageA(&message, window, 0, 0, PM_REMOVE); }, 10000);
+        std::unique_ptr<SUpdateCheck> result((SUpdateCheck*)message.lParam);
+        EXPECT_TRUE(result && message.message == WM_APP + 7 && message.wParam == result->result);
+        return result ? result->result : -1;
     };
     EXPECT_EQ(check("1.0", url, 60), SUpdateCheck::NEWER);
     EXPECT_EQ(check("2.0", url, 60), SUpdateCheck::CURRENT);
