@@ -205,6 +205,15 @@ inline HWND WaitForProcessWindow(DWORD processId, const char* title, DWORD timeo
     return window;
 }
 
+// Clicks the button of that caption in the sample application's update
+// prompt, once the process shows it.
+inline bool PressPromptButton(DWORD processId, const char* button, DWORD timeoutMs = 20000)
+{
+    HWND prompt = WaitForProcessWindow(processId, "Sample App update", timeoutMs);
+    HWND target = prompt ? FindWindowExA(prompt, nullptr, "Button", button) : nullptr;
+    return target && PostMessageA(target, BM_CLICK, 0, 0);
+}
+
 inline std::vector<std::string> ChildTexts(HWND parent)
 {
     std::vector<HWND> children;

@@ -1,7 +1,14 @@
-// The client helper against the tool's own argument reader: whatever the
-// helper writes must come back as the four arguments, exactly.
+// The client helper: its command line against the tool's own argument reader
+// (whatever the helper writes must come back as the four arguments, exactly),
+// its fetch and background check against real servers on 127.0.0.1, its state
+// file, its write probe and the updater's own update.
 #include <gtest/gtest.h>
 
+#include <memory>
+
+#include "E2eSupport.h"
+
+#include "../servers/TestServers.h"
 #include "UpdateClient/SUpdateClient.h"
 #include "system/SSystem.h"
 #include "wnd/SWndApp.h"
@@ -59,22 +66,141 @@ TEST(SUpdateClient, ApplicationPathIsTheFormTheRunningCheckSees)
     EXPECT_EQ(SUpdateClient::ProbePath("C:/no such/./app.exe"), "C:\\no such\\app.exe");
 }
 
-TEST(SUpdateClient, DescriptionAndVersions)
+TEST(SUpdateClient, DescriptionVersionsAndPackageAddress)
 {
     SUpdateDescription desc;
-    const char text[] = "2.5.0.0\r\n123456\r\n";
+    const char text[] = "2.5.0.0\r\n123456\r\nfrom 1.0 99 a.bin\r\n";
     ASSERT_TRUE(SUpdateClient::ParseDescription(text, sizeof(text) - 1, &desc));
     EXPECT_TRUE(desc.version == "2.5.0.0" && desc.size == 123456ul);
-    // An empty version line is what the maker writes for an empty version.
-    ASSERT_TRUE(SUpdateClient::ParseDescription("\r\n7\r\n", 5, &desc));
-    EXPECT_TRUE(desc.version == "" && desc.size == 7ul);
     EXPECT_FALSE(SUpdateClient::ParseDescription("1.0\r\n", 5, &desc) ||
                  SUpdateClient::ParseDescription("1.0\r\n12x\r\n", 10, &desc));
 
-    EXPECT_TRUE(SUpdateClient::CompareVersions("1.10.0.0", "1.9.0.0") == 1 &&
-                SUpdateClient::CompareVersions("1.0", "1.0.0.0") == 0 &&
-                SUpdateClient::CompareVersions("2", "10") == -1);
-    EXPECT_EQ(SUpdateClient::PackageUrlFor("http://h/v1.2/release"), "http://h/v1.2/release.bin");
+    // Only 1 to 4 numbers up to 65535 are ordered; any other text is below
+    // every version.
+    struct Order {
+        const char *a, *b;
+        int result;
+    } orders[] = {
+        {"1.10.0.0", "1.9.0.0", 1}, {"1.0", "1.0.0.0", 0}, {"2", "10", -1},
+        {"65535", "65534.9", 1},    {"v2.1", "1.0", -1},   {"2.1-beta", "2.1", -1},
+        {"1.2.3.4.5", "0", -1},     {"65536", "1", -1},    {"", "0", -1},
+        {"1..2", "0", -1},          {"2.1-beta", "v3", 0}, {"0.0.0.1", "0", 1},
+    };
+    for (const Order& o : orders)
+        EXPECT_EQ(SUpdateClient::CompareVersions(o.a, o.b), o.result) << o.a << " vs " << o.b;
+
+    const char* urls[][2] = {
+        {"http://h/v1.2/release", "http://h/v1.2/release.bin"},
+        {"http://h/a/latest.upd?v=2.1", "http://h/a/latest.bin?v=2.1"},
+        {"https://h/latest.upd#v2.1", "https://h/latest.bin#v2.1"},
+        {"https://h/x.y/latest?a=b.c#d.e", "https://h/x.y/latest.bin?a=b.c#d.e"},
+        {"C:\\pub #1\\app.upd", "C:\\pub #1\\app.bin"},
+    };
+    for (auto& url : urls)
+        EXPECT_EQ(SUpdateClient::PackageUrlFor(url[0]), url[1]);
+}
+
+// The helper against real servers: nginx and the fault server on 127.0.0.1.
+class SUpdateClientNet : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        s_serving = s_servers.Start(VX_SOURCE_DIR, "client") &&
+            e2e::WriteFileText(s_servers.Www() + "app.upd", "2.0.0.0\r\n4321\r\n");
+    }
+    static void TearDownTestSuite() { s_servers.Stop(); }
+    void SetUp() override { ASSERT_TRUE(s_serving) << "the test servers did not start"; }
+
+    static inline TestServers s_servers;
+    static inline bool s_serving = false;
+    e2e::TempDir m_dir {"vx client "};
+};
+
+TEST_F(SUpdateClientNet, FetchKeepsItsTimeLimitAndRedirectRules)
+{
+    const std::string good = s_servers.Nginx("app.upd");
+    struct Case {
+        std::string url;
+        bool ok;
+    } cases[] = {
+        {good + "?v=2.1", true},
+        {s_servers.Fault("hop/19?to=" + good), true},   // 20 redirects
+        {s_servers.Fault("hop/20?to=" + good), false},
+        {s_servers.Fault("loop/app.upd"), false},
+        {s_servers.Https("down/app.upd"), false},   // https to http
+        {s_servers.Fault("silent/app.upd"), false},
+        {s_servers.Fault("status/404"), false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.url);
+        SUpdateDescription desc;
+        DWORD start = GetTickCount();
+        EXPECT_EQ(SUpdateClient::FetchDescription(c.url.c_str(), &desc, 3000), c.ok);
+        EXPECT_LT(GetTickCount() - start, 6000u);
+        EXPECT_EQ(desc.size, c.ok ? 4321ul : 0ul);
+    }
+    SUpdateDescription desc;
+    EXPECT_TRUE(SUpdateClient::FetchDescription(s_servers.Https("app.upd").c_str(), &desc));
+}
+
+TEST_F(SUpdateClientNet, BackgroundCheckHoldsBackAVersionWhoseHandoverFailed)
+{
+    HWND window =
+        CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    ASSERT_NE(window, nullptr);
+    const std::string state = m_dir / "state.txt", url = s_servers.Nginx("app.upd");
+    auto check = [&](const char* running, const std::string& address, unsigned long backoff) {
+        EXPECT_TRUE(SUpdateClient::CheckInBackground(address.c_str(), running, state.c_str(),
+                                                     window, WM_APP + 7, 3000, backoff));
+        MSG message = {};
+        e2e::WaitUntil([&] { return PeekMessageA(&message, window, 0, 0, PM_REMOVE); }, 10000);
+        std::unique_ptr<SUpdateCheck> result((SUpdateCheck*)message.lParam);
+        EXPECT_TRUE(result && message.message == WM_APP + 7 && message.wParam == result->result);
+        return result ? result->result : -1;
+    };
+    EXPECT_EQ(check("1.0", url, 60), SUpdateCheck::NEWER);
+    EXPECT_EQ(check("2.0", url, 60), SUpdateCheck::CURRENT);
+    EXPECT_EQ(check("1.0", s_servers.Fault("status/404"), 60), SUpdateCheck::FAILED);
+
+    // A handover whose updater cannot start, as after a declined elevation.
+    std::string version;
+    SUpdatePackage package;
+    package.url = "p";
+    EXPECT_FALSE(SUpdateClient::HandOver(state.c_str(), (m_dir / "none.exe").c_str(), "2.0.0.0",
+                                         package, m_dir.Path().c_str(), nullptr));
+    EXPECT_EQ(SUpdateClient::TakeOutcome(state.c_str(), "1.0", &version),
+              SUpdateClient::UPDATE_FAILED);
+    EXPECT_EQ(version, "2.0.0.0");
+    EXPECT_EQ(SUpdateClient::TakeOutcome(state.c_str(), "1.0", &version),
+              SUpdateClient::NO_HANDOVER);
+    EXPECT_EQ(check("1.0", url, 60), SUpdateCheck::HELD_BACK);
+    EXPECT_EQ(check("1.0", url, 0), SUpdateCheck::NEWER);
+    EXPECT_FALSE(SUpdateClient::IsHeldBack(state.c_str(), "2.0.0.1", 60));
+
+    EXPECT_FALSE(SUpdateClient::HandOver(state.c_str(), (m_dir / "none.exe").c_str(), "2.0.0.0",
+                                         package, m_dir.Path().c_str(), nullptr));
+    EXPECT_EQ(SUpdateClient::TakeOutcome(state.c_str(), "2.0", &version), SUpdateClient::UPDATED);
+    EXPECT_FALSE(e2e::FileExists(state));
+    DestroyWindow(window);
+}
+
+TEST_F(SUpdateClientNet, UnwritableFolderAsksForRightsAndNextUpdaterIsAdopted)
+{
+    // /sys refuses new files even to root, which Wine runs as here.
+    EXPECT_STREQ(SUpdateClient::VerbFor("Z:\\sys\\"), "runas");
+    EXPECT_STREQ(SUpdateClient::VerbFor((m_dir / "missing\\").c_str()), "runas");
+    EXPECT_EQ(SUpdateClient::VerbFor(m_dir.Path().c_str()), nullptr);
+    EXPECT_EQ(e2e::CountFiles(m_dir.Path()), 0) << "the probe file stayed";
+
+    const std::string updater = m_dir / "Update.exe", next = updater + ".next";
+    ASSERT_TRUE(e2e::WriteFileText(updater, "old") && e2e::WriteFileText(next, "new"));
+    HANDLE held = CreateFileA(updater.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_EQ(SUpdateClient::AdoptNextUpdater(updater.c_str()), SUpdateClient::KEPT_OLD);
+    CloseHandle(held);
+    EXPECT_EQ(e2e::ReadFileText(updater), "old");
+    EXPECT_EQ(SUpdateClient::AdoptNextUpdater(updater.c_str()), SUpdateClient::ADOPTED);
+    EXPECT_EQ(e2e::ReadFileText(updater), "new");
+    EXPECT_EQ(SUpdateClient::AdoptNextUpdater(updater.c_str()), SUpdateClient::NO_NEXT_UPDATER);
 }
 
 TEST(SUpdateClient, PicksTheDeltaMadeForTheInstalledVersion)

@@ -174,9 +174,9 @@ TEST_F(UpdateInstall, VersionOneTakesItsDeltaAndASkippedVersionTheFullPackage)
                    " --version 2.0.0.0 --since " + Quote(m_served + "r1.upd")),
               0u);
     const std::string desc = ReadFileText(m_served + "app.upd");
-    ASSERT_TRUE(
-        WriteFileText(m_appDir + "SampleApp.ini",
-                      "[update]\r\nexitafter=0\r\nurl=" + s_servers.Nginx("app.upd") + "\r\n"));
+    ASSERT_TRUE(WriteFileText(m_appDir + "SampleApp.ini",
+                              "[update]\r\nexitafter=0\r\nurl=" + s_servers.Nginx("app.upd") +
+                                  "\r\nstate=" + m_root / "state.txt" + "\r\n"));
     // The second round finds a delta only for another version.
     for (const char* round : {"app-from-1.0.0.0.bin", "app.bin"}) {
         SCOPED_TRACE(round);
@@ -195,6 +195,7 @@ TEST_F(UpdateInstall, VersionOneTakesItsDeltaAndASkippedVersionTheFullPackage)
         DeleteFileA((m_appDir + "new\\added.txt").c_str());
         Process app;
         ASSERT_TRUE(app.Start(AppExe(), "", m_tempDir));
+        ASSERT_TRUE(PressPromptButton(app.Id(), "Update now")) << Log();
         ASSERT_TRUE(WaitForFileText(m_appDir + "SampleApp.log", "started 2.0.0.0", 60000)) << Log();
         EXPECT_NE(Log().find(s_servers.Nginx(round) + ", " +
                              std::to_string(ReadFileText(m_served + round).size()) + " bytes"),

@@ -59,6 +59,7 @@ TEST(UpdatePack, MakeVerifyExtractReproducesTheFolder)
     ASSERT_EQ(listed.code, 0u);
     EXPECT_EQ(listed.out.find("mode: compressed\n"), 0u);
     EXPECT_NE(listed.out.find("         0  data\\empty\n"), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("      250001  data\\big.dat\n"), std::string::npos);
     EXPECT_NE(listed.out.find("  sub\\Update.exe\n"), std::string::npos);
     EXPECT_EQ(listed.out.find("  Update.exe\n"), std::string::npos);
     EXPECT_NE(listed.out.find("5 entries"), std::string::npos);
@@ -89,8 +90,6 @@ TEST(UpdatePack, BrokenInputsFailNamingTheCause)
     for (const char* wrong :
          {"", "pack a b", "make onlyone", "verify a --fast", "list a --version 2"})
         EXPECT_EQ(RunPack(dir, wrong).code, 2u) << wrong;
-    Result invalid = RunPack(dir, "make " + Quote(dir / "nowhere") + " " + Quote(dir / "p.upd"));
-    EXPECT_EQ(invalid.err, "Invalid folder\n");
     // Only the updater at the top: nothing to pack.
     Put(dir / "only\\Update.exe", "x");
     Result none = RunPack(dir, "make " + Quote(dir / "only") + " " + Quote(dir / "p.upd"));
@@ -117,7 +116,8 @@ TEST(UpdatePack, BrokenInputsFailNamingTheCause)
     std::string swapped = good.substr(0, second) + good.substr(third, end - third) +
         good.substr(second, third - second) + good.substr(end);
     for (auto [bytes, error] :
-         {std::pair<std::string, const char*> {flipped, "bad entry 2 \"b.txt\""},
+         {std::pair<std::string, const char*> {
+              flipped, "bad entry 2 \"b.txt\": chunk 3 of 3: the packed bytes"},
           {swapped, "chunk 2 of 3: raw length 50000 (expected 100000)"}}) {
         Put(dir / "bad.bin", bytes);
         Result refused = RunPack(dir, "verify " + Quote(dir / "bad.bin"));
@@ -144,6 +144,37 @@ TEST(UpdatePack, BrokenInputsFailNamingTheCause)
     // A destination that is a file cannot even start.
     EXPECT_EQ(
         RunPack(dir, "extract " + Quote(dir / "p.bin") + " " + Quote(dir / "out\\a.txt")).code, 1u);
+}
+
+TEST(UpdatePack, MakeArgumentMistakesAreUsageErrorsNamingThePath)
+{
+    e2e::TempDir dir("vx pack ");
+    Put(dir / "src\\a.txt", "A");
+    Put(dir / "old.upd", "1.0\r\n1\r\n");
+    const std::string src = Quote(dir / "src"), upd = Quote(dir / "p.upd");
+    struct Case {
+        std::string arguments, error;   // error empty: accepted
+    } cases[] = {
+        {Quote(dir / "old.upd") + " " + src,
+         dir / "old.upd: a file, not a folder; make takes the folder first"},
+        {Quote(dir / "nowhere") + " " + upd, dir / "nowhere: no such folder\n"},
+        {src + " " + Quote(dir / "p"), dir / "p: the description file's name must end in .upd"},
+        {src + " " + Quote(dir / "no\\p.upd"), dir / "no\\p.upd: its folder does not exist"},
+        {src + " " + upd + " --updater " + Quote(dir / "src\\a.txt"),
+         "--updater " + dir / "src\\a.txt: no such program"},
+        {src + " " + upd + " --version v2.1", "--version v2.1: a version is 1 to 4 dot-separated"},
+        {src + " " + upd + " --version 2.1-beta", "--version 2.1-beta: a version"},
+        {src + " " + upd + " --version 65536", "--version 65536: a version"},
+        {src + " " + upd + " --version \"\"", "--version : a version"},
+        {src + " " + upd + " --version 65535.0.0.1", ""},
+        {src + " " + upd + " --version v2.1-beta --any-version", ""},
+    };
+    for (const Case& c : cases) {
+        Result made = RunPack(dir, "make " + c.arguments);
+        EXPECT_EQ(made.code, c.error.empty() ? 0u : 2u) << c.arguments << made.err;
+        EXPECT_NE(made.err.find(c.error), std::string::npos) << made.err;
+    }
+    EXPECT_EQ(e2e::ReadFileText(dir / "p.upd").substr(0, 11), "v2.1-beta\r\n");
 }
 
 TEST(UpdatePack, MakeFailsNamingEveryFileItCannotPack)
@@ -260,7 +291,7 @@ TEST(UpdatePack, MakeSinceRefusesAReleaseItCannotTrust)
         {"r3.upd", "--version 2 " + since + " --since " + Quote(dir / "other1.upd"),
          "are both version"},
         {"r1.upd", "--version 2 " + since, "would be replaced"},
-        {"r3.upd", "--version beta " + since, "is none"},
+        {"r3.upd", "--version beta --any-version " + since, "is none"},
     };
     for (const Case& c : cases) {
         Result refused = make(c.desc, c.rest);

@@ -9,7 +9,14 @@ foreach(name UpdateInstall UpdateMake)
   endif()
 endforeach()
 
-# The client helper's command line against the tool's argument reader.
-vx_add_gtest(SUpdateClient_test SOURCES SUpdateClient_test.cpp LIBS vx_system vx_wnd wininet LABELS win
-             TIMEOUT 60)
+# The client helper: its command line against the tool's argument reader, its
+# fetch and background check against nginx and the fault server.
+vx_add_gtest(SUpdateClient_test SOURCES SUpdateClient_test.cpp
+             LIBS vx_system vx_wnd wininet crypt32 shell32 LABELS win TIMEOUT 120)
 target_include_directories(SUpdateClient_test PRIVATE ${PROJECT_SOURCE_DIR}/tools)
+# The sample application across starts: prompt, outcome, back-off, and the
+# updater's own update, against nginx (tests/servers).
+vx_add_gtest(SampleApp_test SOURCES SampleApp_test.cpp LIBS crypt32 LABELS e2e gui TIMEOUT 240)
+if(TARGET SampleApp_test)
+  add_dependencies(SampleApp_test Update UpdatePack SampleApp1 SampleApp2)
+endif()

@@ -1,13 +1,18 @@
 // DemoDriver: drives Update.exe's make dialog the way a publisher would, for
 // the demo script: types the version and the folder, presses "Make" and
-// answers the Save As dialog.
+// answers the Save As dialog; and answers the application's prompt the way a
+// user would.
 //
 //   DemoDriver make UPDATE_EXE VERSION FOLDER DESC_PATH [SYNC_FOLDER]
+//   DemoDriver click WINDOW_TITLE BUTTON_TEXT
 //
 // With SYNC_FOLDER it creates SYNC_FOLDER\maker-ready once the fields are
 // filled and waits (at most 30 s) for SYNC_FOLDER\maker-go before pressing
 // "Make", so that the caller can take a screenshot. Exit code 0 when the
 // description file was written, 1 otherwise, 2 for a usage error.
+//
+// click waits at most 60 s for a visible window of any program with that
+// title and presses its button with that text; exit code 0 when pressed.
 #include <windows.h>
 
 #include <stdio.h>
@@ -18,6 +23,7 @@
 namespace {
 
 struct Search {
+    // 0 for any process.
     DWORD processId;
     const char* title;
     HWND found;
@@ -30,7 +36,8 @@ BOOL CALLBACK FindStep(HWND window, LPARAM data)
     GetWindowThreadProcessId(window, &owner);
     char text[256] = "";
     GetWindowTextA(window, text, sizeof(text));
-    if (owner == search->processId && IsWindowVisible(window) && !strcmp(text, search->title)) {
+    if ((!search->processId || owner == search->processId) && IsWindowVisible(window) &&
+        !strcmp(text, search->title)) {
         search->found = window;
         return FALSE;
     }
@@ -119,12 +126,30 @@ int Make(const char* updateExe, const char* version, const char* folder, const c
     return result;
 }
 
+int Click(const char* title, const char* button)
+{
+    HWND window = WaitForWindow(0, title, 60000);
+    HWND target = window ? FindWindowExA(window, nullptr, "Button", button) : nullptr;
+    if (!target) {
+        fprintf(stderr, "DemoDriver: no window \"%s\" with a button \"%s\"\n", title, button);
+        return 1;
+    }
+    printf("pressed \"%s\" in \"%s\"\n", button, title);
+    fflush(stdout);
+    PostMessageA(target, BM_CLICK, 0, 0);
+    return 0;
+}
+
 }   // namespace
 
 int main(int argc, char** argv)
 {
+    if (argc == 4 && !strcmp(argv[1], "click"))
+        return Click(argv[2], argv[3]);
     if (argc >= 6 && argc <= 7 && !strcmp(argv[1], "make"))
         return Make(argv[2], argv[3], argv[4], argv[5], argc == 7 ? argv[6] : nullptr);
-    fprintf(stderr, "usage: DemoDriver make UPDATE_EXE VERSION FOLDER DESC_PATH [SYNC_FOLDER]\n");
+    fprintf(stderr,
+            "usage: DemoDriver make UPDATE_EXE VERSION FOLDER DESC_PATH [SYNC_FOLDER]\n"
+            "       DemoDriver click WINDOW_TITLE BUTTON_TEXT\n");
     return 2;
 }

@@ -165,10 +165,12 @@ bool PPackCheck::CheckStream(SFile& file, uint32_t length)
         uLongf out = kChunk;
         int result = uncompress(m_raw, &out, m_packed, packed);
         if (result != Z_OK)
-            return Fail("chunk %u of %u: zlib reports %d (%s)", i + 1, chunks, result,
-                        result == Z_DATA_ERROR      ? "corrupt data"
-                            : result == Z_BUF_ERROR ? "more than 100000 bytes"
-                                                    : "error");
+            return Fail("chunk %u of %u: %s", i + 1, chunks,
+                        result == Z_DATA_ERROR ? "the packed bytes are corrupt"
+                            : result == Z_BUF_ERROR
+                            ? "the packed bytes end early or unpack to more than 100000 bytes"
+                            : result == Z_MEM_ERROR ? "out of memory while unpacking"
+                                                    : "the packed bytes cannot be unpacked");
         if (out != raw)
             return Fail("chunk %u of %u: unpacks to %lu bytes, the header says %u", i + 1, chunks,
                         (unsigned long)out, raw);
@@ -197,4 +199,21 @@ int64_t PPackCheck::FollowingStreamBytes(SFile& file)
     }
     file.Seek(start);
     return written;
+}
+
+int64_t PPackCheck::StreamRawBytes(SFile& file, uint32_t length)
+{
+    uint32_t chunks, raw, packed;
+    int64_t left = length, total = 0;
+    if (left < 4 || !ReadLE32(file, &chunks))
+        return -1;
+    for (left -= 4; chunks > 0; chunks--) {
+        if (left < 8 || !ReadLE32(file, &raw) || !ReadLE32(file, &packed) ||
+            (int64_t)packed > left - 8)
+            return -1;
+        left -= 8 + (int64_t)packed;
+        total += raw;
+        file.Skip((int)packed);
+    }
+    return left == 0 ? total : -1;
 }

@@ -38,6 +38,11 @@ public:
     // The unpacked bytes of all entries checked.
     int64_t GetRawBytes() const { return m_rawBytes; }
 
+    // The raw bytes a chunk stream of length bytes at file's position unpacks
+    // to, by its chunk headers (the data is not unpacked); the position is
+    // left anywhere. -1 when the headers do not fit in length.
+    static int64_t StreamRawBytes(SFile& file, uint32_t length);
+
 private:
     // Checks a chunk stream of length bytes at the current position; adds the
     // raw bytes to m_rawBytes.

@@ -33,20 +33,27 @@ enum { kOk = 0, kFailed = 1, kUsage = 2 };
 const char kUsageText[] =
     "Usage: UpdatePack <command> [--stats]\n"
     "\n"
-    "  make FOLDER DESC.upd [--version TEXT] [--sign KEY.pem] [--since OLD.upd ...]\n"
+    "  make FOLDER DESC.upd [--version TEXT [--any-version]] [--updater EXE]\n"
+    "       [--sign KEY.pem] [--since OLD.upd ...]\n"
     "      Packs every file under FOLDER (except FOLDER\\Update.exe) into the\n"
     "      package beside DESC.upd (same title, extension .bin) and writes the\n"
     "      description file DESC.upd: the version (default 1.0.0.0) and the\n"
     "      package size. Fails, writing nothing, when any file cannot be packed\n"
     "      (unreadable, 2 GB or more, a name the ANSI code page cannot hold, a\n"
     "      name that differs from another only in letter case) and names each.\n"
+    "      The version is 1 to 4 dot-separated numbers from 0 to 65535 (2.1,\n"
+    "      1.0.0.7): the order applications compare in. --any-version takes\n"
+    "      any text, which applications never see as newer.\n"
+    "      --updater EXE adds EXE as Update.exe.next, which replaces Update.exe\n"
+    "      at the application's next start (the updater's own update).\n"
     "      With --sign the package is signed with the private key in KEY.pem.\n"
     "      Each --since names an earlier release's description, its package\n"
     "      beside it: a delta package TITLE-from-OLDVERSION.bin beside DESC.upd\n"
     "      then holds the files that changed or were added since, and DESC.upd\n"
     "      lists it on a line \"from OLDVERSION SIZE FILE\" after the two lines.\n"
     "  list PKG\n"
-    "      Shows the package's mode and each entry's data length and name.\n"
+    "      Shows the package's mode and each entry's data length (as stored),\n"
+    "      unpacked size and name.\n"
     "  extract PKG DEST\n"
     "      Unpacks every entry into the folder DEST and names each that failed.\n"
     "  verify PKG [--key PUBLIC.pem]\n"
@@ -157,6 +164,73 @@ bool WriteText(const char* path, const SString& text)
     return file.IsOpen() && file.Write(text.Text(), text.GetLength()) == text.GetLength();
 }
 
+// The entry that carries the updater's own update (make --updater).
+const char kNextUpdater[] = "Update.exe.next";
+
+// True for a file that begins as a Windows program does ("MZ").
+bool IsProgram(const char* path)
+{
+    SFilePath file(path, false, false, true);
+    char magic[2] = {};
+    return file.IsOpen() && file.Read(magic, 2) == 2 && magic[0] == 'M' && magic[1] == 'Z';
+}
+
+// The mistakes in make's arguments, found before anything is read or
+// written: each is a usage error naming the path or text and what is wrong
+// with it. 0 when there is none.
+int CheckMakeArguments(const char* folder, const char* desc, const char* version, bool anyVersion,
+                       const char* updater)
+{
+    SDisk disk;
+    SString problem;
+    SVersion parsed;
+    SPath descPath;
+    auto isDescName = [](const char* path) {
+        size_t length = strlen(path);
+        return length >= 4 && _stricmp(path + length - 4, ".upd") == 0;
+    };
+    if (version && !anyVersion && !parsed.Parse(version))
+        problem.Format("--version %s: a version is 1 to 4 dot-separated numbers from 0 to "
+                       "65535 (2.1, 1.0.0.7); --any-version takes it as it stands",
+                       version);
+    else if (!disk.IsFolder(folder))
+        problem.Format("%s: %s%s", folder,
+                       disk.IsFile(folder) ? "a file, not a folder" : "no such folder",
+                       isDescName(folder) || disk.IsFolder(desc)
+                           ? "; make takes the folder first, then the description file"
+                           : "");
+    else if (!isDescName(desc))
+        problem.Format("%s: the description file's name must end in .upd", desc);
+    else if (disk.IsFolder(desc))
+        problem.Format("%s is a folder, not a description file", desc);
+    else if (descPath.Set(desc) == SPATH_INVALID || !disk.IsFolder(descPath.Parent().Text()))
+        problem.Format("%s: its folder does not exist", desc);
+    else if (updater && !IsProgram(updater))
+        problem.Format("--updater %s: no such program", updater);
+    return problem.IsEmpty() ? kOk : Usage(problem.Text());
+}
+
+// Adds the program at source as the last entry of the package just written
+// to output (which stands after its end marker), compressed, under name.
+bool AppendEntry(SFilePath& output, const char* name, const char* source)
+{
+    SFilePath input(source, false, false, true);
+    const int start = output.Tell() - 4;
+    const int nameBytes = (int)strlen(name) + 1;
+    unsigned char word[4] = {};
+    if (!input.IsOpen() || output.Seek(start) != start || output.Write(word, 4) != 4 ||
+        output.Write(name, nameBytes) != nameBytes)
+        return false;
+    int written = input.Compress(&output);
+    int end = start + 4 + nameBytes + written;
+    SLittleEndian::Put32(word, (uint32_t)written);
+    if (written <= 0 || output.Tell() != end || output.Seek(start) != start ||
+        output.Write(word, 4) != 4 || output.Seek(end) != end)
+        return false;
+    SLittleEndian::Put32(word, SResourceIndex::kEndMarker);
+    return output.Write(word, 4) == 4;
+}
+
 // Reads the earlier releases given with --since, before anything is written.
 // False, naming the fault, when one cannot be the base of a delta to
 // version, or two give the same version, or a package written here would
@@ -199,10 +273,12 @@ bool LoadDeltas(PDeltaPackage* deltas, const char* const* since, int count, cons
     return true;
 }
 
-// Writes the delta beside desc, signs it with key when one is loaded, prints
-// what it holds and adds its line to lines.
+// Writes the delta beside desc, with the updater's own update when one is
+// given (users of the old release need it as much as everyone else), signs
+// it with key when one is loaded, prints what it holds and adds its line to
+// lines.
 bool WriteDelta(PDeltaPackage& delta, const SString& root, const SStringArray& names,
-                const SString& desc, const SEcKey& key, SString* lines)
+                const SString& desc, const char* updater, const SEcKey& key, SString* lines)
 {
     const SString path = delta.PathFor(desc);
     bool written = delta.Compare(root, names) && delta.Write(root, path.Text(), ShowProgress);
@@ -210,6 +286,14 @@ bool WriteDelta(PDeltaPackage& delta, const SString& root, const SStringArray& n
     if (!written) {
         Error("%s", delta.GetError().Text());
         return false;
+    }
+    if (updater) {
+        SFilePath output(path.Text(), true, false, true);
+        if (!output.IsOpen() || output.Seek(-1) != output.Size() ||
+            !AppendEntry(output, kNextUpdater, updater)) {
+            Error("Cannot add %s to %s", updater, path.Text());
+            return false;
+        }
     }
     SPackageSignature signature;
     if (key.HasKey() && !signature.Sign(path.Text(), key)) {
@@ -239,7 +323,7 @@ bool WriteDelta(PDeltaPackage& delta, const SString& root, const SStringArray& n
 }
 
 int Make(const char* folderText, const char* descText, const char* version, const char* keyPath,
-         const char* const* since, int sinceCount)
+         const char* updater, const char* const* since, int sinceCount)
 {
     _PTimer timer;
     SEcKey key;
@@ -299,6 +383,11 @@ int Make(const char* folderText, const char* descText, const char* version, cons
         added++;
         bytesIn += size;
     }
+    if (updater && writer.GetIndex().Find(kNextUpdater) >= 0) {
+        Error("%s holds %s already; --updater %s would add another", root.Text(), kNextUpdater,
+              updater);
+        refused++;
+    }
     // A package with files missing must not reach a release.
     if (refused > 0) {
         Error("%d file%s cannot be packed; nothing written", refused, refused == 1 ? "" : "s");
@@ -311,7 +400,8 @@ int Make(const char* folderText, const char* descText, const char* version, cons
         return kFailed;
     }
     writer.SetProgress(ShowProgress, 0);
-    bool written = writer.Write(&output, true);
+    bool written =
+        writer.Write(&output, true) && (!updater || AppendEntry(output, kNextUpdater, updater));
     EndProgress();
     output.Close();
     if (!written) {
@@ -326,7 +416,7 @@ int Make(const char* folderText, const char* descText, const char* version, cons
 
     SString deltaLines;
     for (int i = 0; i < sinceCount; i++) {
-        if (!WriteDelta(deltas[i], root, writer.GetIndex().GetNames(), desc.Full(), key,
+        if (!WriteDelta(deltas[i], root, writer.GetIndex().GetNames(), desc.Full(), updater, key,
                         &deltaLines))
             return kFailed;
     }
@@ -345,6 +435,8 @@ int Make(const char* folderText, const char* descText, const char* version, cons
     printf("%s\n%s\n", package.Text(), desc.Full().Text());
     if (key.HasKey())
         printf("signed by key %s\n", key.GetIdText().Text());
+    if (updater)
+        printf("%s added as %s\n", updater, kNextUpdater);
     Summary(added, bytesIn, size, timer.Seconds());
     return kOk;
 }
@@ -362,14 +454,28 @@ int List(const char* path)
     SResource package;
     if (!OpenPackage(package, path))
         return kFailed;
+    SFilePath file(path, false, false, true);
     const SResourceIndex& index = package.GetIndex();
-    printf("mode: %s\n", package.IsCompressed() ? "compressed" : "stored");
-    int64_t total = 0;
+    printf("mode: %s\n%10s  %10s  %s\n", package.IsCompressed() ? "compressed" : "stored", "stored",
+           "unpacked", "name");
+    int64_t total = 0, unpacked = 0;
     for (int i = 0; i < index.GetCount(); i++) {
-        printf("%10u  %s\n", index.GetLength(i), index.GetName(i));
+        // A stored or empty entry unpacks to its data; a compressed one to
+        // the raw lengths of its chunk headers.
+        int64_t raw = index.GetLength(i);
+        if (package.IsCompressed() && raw > 0)
+            raw = file.Seek(index.GetOffset(i)) == index.GetOffset(i)
+                ? PPackCheck::StreamRawBytes(file, index.GetLength(i))
+                : -1;
+        SString rawText;
+        rawText.Format("%lld", (long long)raw);
+        printf("%10u  %10s  %s\n", index.GetLength(i), raw < 0 ? "?" : rawText.Text(),
+               index.GetName(i));
         total += index.GetLength(i);
+        unpacked += raw < 0 ? 0 : raw;
     }
-    printf("%d entries, %lld bytes of data\n", index.GetCount(), (long long)total);
+    printf("%d entries, %lld bytes of data, %lld bytes unpacked\n", index.GetCount(),
+           (long long)total, (long long)unpacked);
     return kOk;
 }
 
@@ -615,6 +721,8 @@ int Run(int argc, char** argv)
     const char* output = nullptr;     // stamp -o
     const char* since[8];             // make --since, each
     int sinceCount = 0;
+    const char* updater = nullptr;   // make --updater
+    bool anyVersion = false;         // make --any-version
     bool resign = false;
     bool stats = false;
     for (int i = 1; i < argc; i++) {
@@ -627,6 +735,7 @@ int Run(int argc, char** argv)
             : !strcmp(arg, "--sign")                   ? &signKey
             : !strcmp(arg, "--key")                    ? &checkKey
             : !strcmp(arg, "-o")                       ? &output
+            : !strcmp(arg, "--updater")                ? &updater
                                                        : nullptr;
         if (value) {
             if (++i >= argc) {
@@ -645,6 +754,8 @@ int Run(int argc, char** argv)
             stats = true;
         } else if (!strcmp(arg, "--resign")) {
             resign = true;
+        } else if (!strcmp(arg, "--any-version")) {
+            anyVersion = true;
         } else if (arg[0] == '-' && arg[1] == '-') {
             SString problem;
             problem.Format("unknown option %s", arg);
@@ -660,13 +771,16 @@ int Run(int argc, char** argv)
 
     const char* command = args[0];
     auto is = [command](const char* name) { return strcmp(command, name) == 0; };
-    if ((version || signKey || sinceCount) && !is("make"))
-        return Usage("--version, --sign and --since belong to make");
+    if ((version || signKey || updater || anyVersion || sinceCount) && !is("make"))
+        return Usage("--version, --any-version, --updater, --sign and --since belong to make");
     if ((checkKey && !is("verify")) || (resign && !is("sign")) || (output && !is("stamp")))
         return Usage("--key belongs to verify, --resign to sign, -o to stamp");
     int result;
     if (is("make") && count == 3)
-        result = Make(args[1], args[2], version ? version : "1.0.0.0", signKey, since, sinceCount);
+        result = CheckMakeArguments(args[1], args[2], version, anyVersion, updater) != kOk
+            ? kUsage
+            : Make(args[1], args[2], version ? version : "1.0.0.0", signKey, updater, since,
+                   sinceCount);
     else if (is("list") && count == 2)
         result = List(args[1]);
     else if (is("extract") && count == 3)
