@@ -39,6 +39,8 @@ private:
     class _PThread : public SThread {
     public:
         explicit _PThread(PWndExtract* dialog);
+        // Stops the install and waits for it before the members go.
+        ~_PThread() override;
         // The install sequence; returns false (no message loop afterwards).
         bool Run() override;
         // On the UI thread: closes the dialog, shows "Failed." (with the
