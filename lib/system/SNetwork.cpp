@@ -7,6 +7,7 @@
 #include <windows.h>
 #include <wininet.h>
 
+#include "file/SDisk.h"
 #include "file/SFile.h"
 #include "file/SFilePath.h"
 
@@ -79,6 +80,7 @@ struct SNetwork::_SCall {
     // runs, so it never changes. The redirects land in a string of their own.
     const SString url;
     SString redirect;                // the last redirect's target; empty before one
+    SDisk disk;                      // tests whether the address names a local file
     SFilePath local;                 // the local file being copied; read by the helper
     HINTERNET root = nullptr;        // owned by whoever finishes the call
     HINTERNET request = nullptr;     // owned likewise
@@ -152,10 +154,15 @@ DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
         DWORD read = 0;
         BOOL ok = FALSE;
         uint8_t* block = call->buffer.p + (size_t)slot * call->size;
-        if (doing == OP_OPEN)
+        if (doing == OP_OPEN) {
             request = InternetOpenUrlA(call->root, call->url.Text(), nullptr, 0, OPEN_FLAGS,
                                        (DWORD_PTR)call);
-        else if (call->local.IsOpen())
+            // An address no URL opens may name a file: it is looked up and
+            // opened here as well, so a share that does not answer is given
+            // up at the time limit like a silent server.
+            if (!request && call->disk.IsFile(call->url.Text()))
+                call->local.Open(call->url.Text(), false, false, true, true);
+        } else if (call->local.IsOpen())
             read = (DWORD)call->local.Read(block, (int)call->size), ok = TRUE;
         else
             ok = InternetReadFile(request, block, call->size, &read);
@@ -319,7 +326,7 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     call->root = root;
     m_call = call;
 
-    bool result = Transfer(destination, url, chunkSize, userValue);
+    bool result = Transfer(destination, chunkSize, userValue);
 
     // A call abandoned, or still reading ahead, is finished by the helper;
     // otherwise it is told to end and the handles are closed here.
@@ -342,7 +349,7 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     return result;
 }
 
-bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int userValue)
+bool SNetwork::Transfer(SFile* destination, int chunkSize, int userValue)
 {
     if (!Await(OP_OPEN))
         return false;
@@ -350,7 +357,7 @@ bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int 
     if (!request) {
         InternetCloseHandle(m_call->root);
         m_call->root = nullptr;
-        return CopyLocal(destination, url);
+        return CopyLocal(destination);
     }
 
     // The length query wants a 32-bit integer; without the header, or on any
@@ -401,13 +408,14 @@ bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int 
     return total == -1 || received >= total;
 }
 
-bool SNetwork::CopyLocal(SFile* destination, const char* path)
+bool SNetwork::CopyLocal(SFile* destination)
 {
-    // The helper reads the file ahead in blocks as it reads a body, so each
-    // block is asked for after the cancel hook and within the time limit: a
-    // share that stops answering is given up like a silent server.
+    // The helper opened the file with the address and reads it ahead in
+    // blocks as it reads a body, so each block is asked for after the cancel
+    // hook and within the time limit: a share that stops answering is given
+    // up like a silent server.
     _SCall* call = m_call;
-    if (!m_disk.IsFile(path) || !call->local.Open(path, false, false, true, true))
+    if (!call->local.IsOpen())
         return false;
     int size = call->local.Size();
     HeapBuffer buffer(call->size);

@@ -16,10 +16,11 @@
 // - Internet cache: the open flags ask for a cache file; its entry is removed
 //   once the download's handles are closed, so nothing of the resource stays
 //   in the user's cache.
-// - Local files: a path is copied in blocks of chunkSize through the same
-//   read-ahead as a body, under the same time limit and cancellation, so a
-//   share that stops answering or a cancel during a copy of any size ends it
-//   within the limit, not at the end of the file.
+// - Local files: a path is looked up, opened and copied in blocks of
+//   chunkSize through the same helper and read-ahead as a body, under the
+//   same time limit and cancellation, so a share that stops answering or a
+//   cancel during a copy of any size ends it within the limit, not at the
+//   end of the file.
 //
 // What this costs, deliberately:
 // - Each blocking network call runs on a helper thread of the download, which
@@ -38,8 +39,6 @@
 #pragma once
 
 #include <stdint.h>
-
-#include "file/SDisk.h"
 
 class SFile;
 
@@ -98,8 +97,8 @@ protected:
 
 private:
     // The open and the read loop of Download, with the helper running.
-    bool Transfer(SFile* destination, const char* url, int chunkSize, int userValue);
-    bool CopyLocal(SFile* destination, const char* path);
+    bool Transfer(SFile* destination, int chunkSize, int userValue);
+    bool CopyLocal(SFile* destination);
     // The next block the helper read (of the body or of a local file), after
     // the cancel hook and within the time limit; false when the read failed
     // or the wait was given up. At the end, true with 0 bytes.
@@ -108,7 +107,6 @@ private:
     // limit; false when the call was abandoned.
     bool Await(int op);
 
-    SDisk m_disk;   // tests whether a local path names a file
     int m_timeLimit = DEFAULT_TIME_LIMIT_MS;
     _SCall* m_call = nullptr;   // shared with the helper during a download; null otherwise
 };
