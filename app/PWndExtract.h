@@ -7,12 +7,13 @@
 // a refused package fails exactly as one of the wrong size does.
 //
 // Closing the dialog while the worker runs stops the install at its next safe
-// point, within a second: between two blocks of the download (or during a
-// wait on the server) and between two chunks of the unpacking. The temporary
-// file is then deleted, a file cut short by the stop is removed, nothing is
-// started, and the process exits. Only the UI thread touches the controls:
-// the worker hands over the unpacking's problem lines with its failure
-// notification, and the control pointers are cleared when the window goes.
+// point, within a second: between two blocks of the download or the local
+// copy (or during a wait on them) and between two chunks or megabytes of the
+// unpacking. The temporary file is then deleted, a file cut short by the stop
+// is removed, nothing is started, and the process exits. Only the UI thread
+// touches the controls: the worker hands over the unpacking's problem lines
+// with its failure notification, and the control pointers are cleared when
+// the window goes.
 #pragma once
 
 #include <stdint.h>
