@@ -9,7 +9,13 @@
 
 namespace {
 
-enum { MAX_PROCESSES = 1024, MAX_MODULES = 1024 };
+// Both lists are read into 4096 bytes: 1024 process ids, and as many module
+// handles as fit (512 in a 64-bit build).
+enum {
+    LIST_BYTES = 4096,
+    MAX_PROCESSES = LIST_BYTES / sizeof(DWORD),
+    MAX_MODULES = LIST_BYTES / sizeof(HMODULE)
+};
 
 // Counts the modules of process id loaded from path. The process is opened
 // for querying and reading once; the module list and each name are read from
