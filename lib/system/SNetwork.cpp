@@ -162,10 +162,13 @@ DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
             // up at the time limit like a silent server.
             if (!request && call->disk.IsFile(call->url.Text()))
                 call->local.Open(call->url.Text(), false, false, true, true);
-        } else if (call->local.IsOpen())
-            read = (DWORD)call->local.Read(block, (int)call->size), ok = TRUE;
-        else
+        } else if (call->local.IsOpen()) {
+            // A failed read of the file ends it early; the copy then falls short.
+            read = (DWORD)call->local.Read(block, (int)call->size);
+            ok = TRUE;
+        } else {
             ok = InternetReadFile(request, block, call->size, &read);
+        }
         EnterCriticalSection(&call->lock);
         call->busy = false;
         DWORD length = sizeof(call->cacheFile);
@@ -329,9 +332,8 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     bool result = Transfer(destination, chunkSize, userValue);
 
     // A call abandoned, or still reading ahead, is finished by the helper;
-    // otherwise it is told to end and the handles are closed here.
-    // The helper may still be writing the cache file's name: it is copied
-    // under the lock.
+    // otherwise it is told to end and the handles are closed here. The helper
+    // may still be writing the cache file's name: it is copied under the lock.
     char cacheFile[MAX_PATH];
     EnterCriticalSection(&call->lock);
     call->abandoned = call->abandoned || call->busy;
