@@ -51,6 +51,11 @@ PWndExtract::_PThread::_PThread(PWndExtract* dialog)
 {
 }
 
+PWndExtract::_PThread::~_PThread()
+{
+    EndThread();
+}
+
 int PWndExtract::_PThread::BarPosition(int received, int total)
 {
     // Without a length (total -1) the position is zero or negative and the

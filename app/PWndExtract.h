@@ -7,12 +7,13 @@
 // a refused package fails exactly as one of the wrong size does.
 //
 // Closing the dialog while the worker runs stops the install at its next safe
-// point, within a second: between two blocks of the download (or during a
-// wait on the server) and between two chunks of the unpacking. The temporary
-// file is then deleted, a file cut short by the stop is removed, nothing is
-// started, and the process exits. Only the UI thread touches the controls:
-// the worker hands over the unpacking's problem lines with its failure
-// notification, and the control pointers are cleared when the window goes.
+// point, within a second: between two blocks of the download or the local
+// copy (or during a wait on them) and between two chunks or megabytes of the
+// unpacking. The temporary file is then deleted, a file cut short by the stop
+// is removed, nothing is started, and the process exits. Only the UI thread
+// touches the controls: the worker hands over the unpacking's problem lines
+// with its failure notification, and the control pointers are cleared when
+// the window goes.
 #pragma once
 
 #include <stdint.h>
@@ -39,6 +40,8 @@ private:
     class _PThread : public SThread {
     public:
         explicit _PThread(PWndExtract* dialog);
+        // Stops the install and waits for it before the members go.
+        ~_PThread() override;
         // The install sequence; returns false (no message loop afterwards).
         bool Run() override;
         // On the UI thread: closes the dialog, shows "Failed." (with the

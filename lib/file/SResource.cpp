@@ -15,6 +15,8 @@ namespace {
 
 const int kChunk = 100000;
 const int kChunkHeader = 8;
+// A stored entry is copied in blocks of this size.
+const int kStoredBlock = 1 << 20;
 
 // The object whose Write or ExtractAll runs on this thread, for the chunk
 // progress callback (which carries only a 32-bit value).
@@ -305,13 +307,30 @@ bool SResource::ExtractEntry(SFile* destination, int index, bool rewind)
             source.Uncompress(destination, index);
             if (m_stopped)
                 return false;
-        } else {
-            uint32_t length = m_index.GetLength(index);
-            destination->Copy(&source, length > (uint32_t)INT_MAX ? -1 : (int)length);
+        } else if (!CopyStored(destination, &source, m_index.GetLength(index))) {
+            return false;
         }
     }
     if (rewind)
         destination->Rewind();
+    return true;
+}
+
+bool SResource::CopyStored(SFile* destination, SFile* source, uint32_t length)
+{
+    // In blocks, so that a large entry is asked about between them as a
+    // compressed one is between its chunks.
+    for (uint32_t done = 0; done < length;) {
+        uint32_t rest = length - done;
+        int step = rest < (uint32_t)kStoredBlock ? (int)rest : kStoredBlock;
+        int copied = destination->Copy(source, step);
+        done += (uint32_t)copied;
+        if (copied < step)
+            break;
+        if (t_current == this && done < length &&
+            !Report(m_entryDone, (int)((uint64_t)done * 1000 / length), m_entryCount))
+            return false;
+    }
     return true;
 }
 

@@ -102,8 +102,8 @@ public:
     const SResourceIndex& GetIndex() const { return m_index; }
 
     // Progress reports of Write and ExtractAll; null (the default) disables.
-    // The callback is also their stop hook: it is asked before every entry
-    // and every chunk of a compressed one.
+    // The callback is also their stop hook: it is asked before every entry,
+    // every chunk of a compressed one and every megabyte of a stored one.
     void SetProgress(SResourceProgress progress, int value);
 
 private:
@@ -115,6 +115,10 @@ private:
     bool WriteStored(SFile* destination);
     bool WriteCompressed(SFile* destination);
     bool WriteRecord(SFile* destination, int index, uint32_t size, int64_t dataBound);
+    // Copies up to length bytes of a stored entry from source, 1 MB at a
+    // time with a progress report between blocks while ExtractAll runs;
+    // false when the callback stops it.
+    bool CopyStored(SFile* destination, SFile* source, uint32_t length);
     // Extracts entry index (of a reader or a writer) into destination.
     bool ExtractEntry(SFile* destination, int index, bool rewind);
     // Reports thousandths of count done, done being whole entries plus a

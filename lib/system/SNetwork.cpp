@@ -7,6 +7,7 @@
 #include <windows.h>
 #include <wininet.h>
 
+#include "file/SDisk.h"
 #include "file/SFile.h"
 #include "file/SFilePath.h"
 
@@ -75,7 +76,12 @@ struct SNetwork::_SCall {
     bool paused = false;      // the helper waits for the ring to be half empty
     bool hungry = false;      // the download waits for the ring to be half full
     int redirects = 0;
-    SString url;                     // the address asked for, then each redirect's target
+    // The address asked for: InternetOpenUrlA reads it for as long as it
+    // runs, so it never changes. The redirects land in a string of their own.
+    const SString url;
+    SString redirect;                // the last redirect's target; empty before one
+    SDisk disk;                      // tests whether the address names a local file
+    SFilePath local;                 // the local file being copied; read by the helper
     HINTERNET root = nullptr;        // owned by whoever finishes the call
     HINTERNET request = nullptr;     // owned likewise
     char cacheFile[MAX_PATH] = "";   // the cache file the open flags made
@@ -119,6 +125,7 @@ struct SNetwork::_SCall {
         if (root)
             InternetCloseHandle(root);
         request = root = nullptr;
+        local.Close();
         if (finalUrl[0])
             DeleteUrlCacheEntryA(finalUrl);
     }
@@ -146,12 +153,22 @@ DWORD WINAPI SNetwork::_SCall::Helper(void* arg)
         HINTERNET request = call->request;
         DWORD read = 0;
         BOOL ok = FALSE;
-        if (doing == OP_OPEN)
+        uint8_t* block = call->buffer.p + (size_t)slot * call->size;
+        if (doing == OP_OPEN) {
             request = InternetOpenUrlA(call->root, call->url.Text(), nullptr, 0, OPEN_FLAGS,
                                        (DWORD_PTR)call);
-        else
-            ok = InternetReadFile(request, call->buffer.p + (size_t)slot * call->size, call->size,
-                                  &read);
+            // An address no URL opens may name a file: it is looked up and
+            // opened here as well, so a share that does not answer is given
+            // up at the time limit like a silent server.
+            if (!request && call->disk.IsFile(call->url.Text()))
+                call->local.Open(call->url.Text(), false, false, true, true);
+        } else if (call->local.IsOpen()) {
+            // A failed read of the file ends it early; the copy then falls short.
+            read = (DWORD)call->local.Read(block, (int)call->size);
+            ok = TRUE;
+        } else {
+            ok = InternetReadFile(request, block, call->size, &read);
+        }
         EnterCriticalSection(&call->lock);
         call->busy = false;
         DWORD length = sizeof(call->cacheFile);
@@ -190,9 +207,10 @@ void CALLBACK SNetwork::_SCall::Status(HINTERNET, DWORD_PTR context, DWORD statu
         return;
     const char* target = (const char*)info;
     EnterCriticalSection(&call->lock);
+    const SString& from = call->redirect.IsEmpty() ? call->url : call->redirect;
     bool refuse = ++call->redirects > MAX_REDIRECTS ||
-        (IsScheme(call->url.Text(), "https") && !IsScheme(target, "https"));
-    call->url = target;
+        (IsScheme(from.Text(), "https") && !IsScheme(target, "https"));
+    call->redirect = target;
     call->refused = refuse;
     WakeAllConditionVariable(&call->changed);
     LeaveCriticalSection(&call->lock);
@@ -259,8 +277,14 @@ bool SNetwork::Await(int op)
 bool SNetwork::ReadChunk(void* urlHandle, void* buffer, uint32_t size, uint32_t* read)
 {
     *read = 0;
+    return m_call && urlHandle == m_call->request && TakeBlock(buffer, size, read);
+}
+
+bool SNetwork::TakeBlock(void* buffer, uint32_t size, uint32_t* read)
+{
+    *read = 0;
     _SCall* call = m_call;
-    if (!call || urlHandle != call->request || !Await(OP_READ))
+    if (!call || !Await(OP_READ))
         return false;
     EnterCriticalSection(&call->lock);
     // Past the end of data a read succeeds with 0 bytes, as the real one does.
@@ -305,26 +329,29 @@ bool SNetwork::Download(SFile* destination, const char* url, int chunkSize, int 
     call->root = root;
     m_call = call;
 
-    bool result = Transfer(destination, url, chunkSize, userValue);
+    bool result = Transfer(destination, chunkSize, userValue);
 
     // A call abandoned, or still reading ahead, is finished by the helper;
-    // otherwise it is told to end and the handles are closed here.
+    // otherwise it is told to end and the handles are closed here. The helper
+    // may still be writing the cache file's name: it is copied under the lock.
+    char cacheFile[MAX_PATH];
     EnterCriticalSection(&call->lock);
     call->abandoned = call->abandoned || call->busy;
     bool abandoned = call->abandoned;
     call->op = OP_QUIT;
+    memcpy(cacheFile, call->cacheFile, sizeof(cacheFile));
     WakeAllConditionVariable(&call->changed);
     LeaveCriticalSection(&call->lock);
     if (!abandoned)
         call->Finish();
-    else if (call->cacheFile[0])
-        EmptyCacheFile(call->cacheFile);
+    else if (cacheFile[0])
+        EmptyCacheFile(cacheFile);
     m_call = nullptr;
     call->Release();
     return result;
 }
 
-bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int userValue)
+bool SNetwork::Transfer(SFile* destination, int chunkSize, int userValue)
 {
     if (!Await(OP_OPEN))
         return false;
@@ -332,7 +359,7 @@ bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int 
     if (!request) {
         InternetCloseHandle(m_call->root);
         m_call->root = nullptr;
-        return CopyLocal(destination, url);
+        return CopyLocal(destination);
     }
 
     // The length query wants a 32-bit integer; without the header, or on any
@@ -383,15 +410,22 @@ bool SNetwork::Transfer(SFile* destination, const char* url, int chunkSize, int 
     return total == -1 || received >= total;
 }
 
-bool SNetwork::CopyLocal(SFile* destination, const char* path)
+bool SNetwork::CopyLocal(SFile* destination)
 {
-    if (!m_disk.IsFile(path))
+    // The helper opened the file with the address and reads it ahead in
+    // blocks as it reads a body, so each block is asked for after the cancel
+    // hook and within the time limit: a share that stops answering is given
+    // up like a silent server.
+    _SCall* call = m_call;
+    if (!call->local.IsOpen())
         return false;
-    SFilePath source;
-    if (!source.Open(path, false, false, true, true))
+    int size = call->local.Size();
+    HeapBuffer buffer(call->size);
+    if (!buffer.p)
         return false;
-    int size = source.Size();
-    int copied = destination->Copy(&source, -1);
-    source.Close();
+    int copied = 0;
+    uint32_t read = 0;
+    while (TakeBlock(buffer.p, call->size, &read) && read > 0)
+        copied += destination->Write(buffer.p, (int)read);
     return copied == size;
 }

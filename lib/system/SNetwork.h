@@ -6,8 +6,9 @@
 // Beyond fetching, a download is bounded so that no server can wedge it:
 // - Time limit (GetTimeLimit, default 30 s): every wait on the server, the
 //   connection and its answer as well as each read of the body, ends after
-//   that long without a byte, and the download then fails. A slow link that
-//   keeps moving (1 KB/s) is never cut.
+//   that long without a byte, and the download then fails. The limit starts
+//   again with each block, so a slow link that keeps moving (1 KB/s) is never
+//   cut, and a link slower than one block per time limit always is.
 // - Redirects: at most 20 are followed; the 21st, or one from an https
 //   address to a plain http one, fails the download.
 // - Cancellation: IsCancelled is asked before each read and every 50 ms while
@@ -15,18 +16,29 @@
 // - Internet cache: the open flags ask for a cache file; its entry is removed
 //   once the download's handles are closed, so nothing of the resource stays
 //   in the user's cache.
-// Each blocking network call runs on a helper thread of the download, which
-// reads the body up to 256 KB ahead; ReadChunk hands over its results in
-// order, and the two threads meet once per half of that, not per block. A call abandoned at a limit
-// is left to that thread, which closes the handles when the call returns, if ever. A redirect
-// refused on that thread keeps it parked for the rest of the process (one idle thread, no further
-// requests). The open passes that shared state as its context, not 0, so that the redirect
-// notifications reach it.
+// - Local files: a path is looked up, opened and copied in blocks of
+//   chunkSize through the same helper and read-ahead as a body, under the
+//   same time limit and cancellation, so a share that stops answering or a
+//   cancel during a copy of any size ends it within the limit, not at the
+//   end of the file.
+//
+// What this costs, deliberately:
+// - Each blocking network call runs on a helper thread of the download, which
+//   reads up to 256 KB ahead; ReadChunk hands over its results in order, and
+//   the two threads meet once per half of that, not per block. A read-ahead
+//   may thus fetch up to one ring (256 KB) beyond the block at which a cancel
+//   or an abort stops the download; those bytes are never written.
+// - A call given up at the time limit or by a cancel is left to its helper
+//   thread, which closes the handles when the call returns, if ever: against
+//   a server that never answers, one thread stays parked for the rest of the
+//   process. A refused redirect parks its helper thread the same way, for
+//   good (one idle thread, no further requests): the network layer follows
+//   redirects on its own and stops only while its callback does not return.
+// - The open passes the download's shared state as its context, not 0: that
+//   is how each redirect's notification finds its download.
 #pragma once
 
 #include <stdint.h>
-
-#include "file/SDisk.h"
 
 class SFile;
 
@@ -85,13 +97,16 @@ protected:
 
 private:
     // The open and the read loop of Download, with the helper running.
-    bool Transfer(SFile* destination, const char* url, int chunkSize, int userValue);
-    bool CopyLocal(SFile* destination, const char* path);
+    bool Transfer(SFile* destination, int chunkSize, int userValue);
+    bool CopyLocal(SFile* destination);
+    // The next block the helper read (of the body or of a local file), after
+    // the cancel hook and within the time limit; false when the read failed
+    // or the wait was given up. At the end, true with 0 bytes.
+    bool TakeBlock(void* buffer, uint32_t size, uint32_t* read);
     // Has the helper run op (open or read) and waits for it within the time
     // limit; false when the call was abandoned.
     bool Await(int op);
 
-    SDisk m_disk;   // tests whether a local path names a file
     int m_timeLimit = DEFAULT_TIME_LIMIT_MS;
     _SCall* m_call = nullptr;   // shared with the helper during a download; null otherwise
 };

@@ -4,39 +4,43 @@
 #include <windows.h>
 
 #include <psapi.h>
-#include <tlhelp32.h>
 
 #include "wnd/SWndApp.h"
 
 namespace {
 
-enum { MAX_PROCESSES = 1024, MAX_MODULES = 1024 };
+// Both lists are read into 4096 bytes: 1024 process ids, and as many module
+// handles as fit (512 in a 64-bit build).
+enum {
+    LIST_BYTES = 4096,
+    MAX_PROCESSES = LIST_BYTES / sizeof(DWORD),
+    MAX_MODULES = LIST_BYTES / sizeof(HMODULE)
+};
 
-// The module list comes from one snapshot per process: under Wine, asking
-// for each module's name walks the other process's loader list again from
-// its start, one remote read per entry, which made a round three times as
-// slow.
+// Counts the modules of process id loaded from path. The process is opened
+// for querying and reading once; the module list and each name are read from
+// it with the process status calls.
 uint32_t CountInProcess(DWORD id, const char* path)
 {
-    // A snapshot of process 0 would be one of this process.
-    if (id == 0)
+    HANDLE process = OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, id);
+    if (!process)
         return 0;
-    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, id);
-    // ERROR_BAD_LENGTH: the list changed while it was taken; one more try.
-    if (snapshot == INVALID_HANDLE_VALUE && GetLastError() == ERROR_BAD_LENGTH)
-        snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, id);
-    if (snapshot == INVALID_HANDLE_VALUE)
-        return 0;
-    MODULEENTRY32 module;
-    module.dwSize = sizeof(module);
+    HMODULE modules[MAX_MODULES];
+    DWORD bytes = 0;
     uint32_t found = 0;
-    int seen = 0;
-    for (BOOL more = Module32First(snapshot, &module); more && seen < MAX_MODULES;
-         more = Module32Next(snapshot, &module), seen++) {
-        if (_stricmp(module.szExePath, path) == 0)
-            found++;
+    if (EnumProcessModules(process, modules, sizeof(modules), &bytes)) {
+        // The needed size may exceed the buffer: only what it holds is read.
+        DWORD count = bytes / sizeof(HMODULE);
+        if (count > MAX_MODULES)
+            count = MAX_MODULES;
+        char name[MAX_PATH];
+        for (DWORD i = 0; i < count; i++) {
+            if (GetModuleFileNameExA(process, modules[i], name, MAX_PATH) &&
+                _stricmp(name, path) == 0)
+                found++;
+        }
     }
-    CloseHandle(snapshot);
+    CloseHandle(process);
     return found;
 }
 

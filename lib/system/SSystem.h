@@ -20,7 +20,8 @@ public:
     // only, so a short (8.3) form or another spelling of the same file does not
     // match. A null or empty path means this program's own path. Processes that
     // cannot be opened for reading (system processes, other users') are not
-    // seen. At most 1024 processes and 1024 modules per process are looked at.
+    // seen. At most 1024 processes are looked at, and in each as many modules
+    // as a 4096-byte list holds (1024 in a 32-bit build, 512 in a 64-bit one).
     // 0 when nothing matches or the processes cannot be listed.
     static uint32_t CountModules(const char* path);
 

@@ -52,6 +52,17 @@ SThread::SThread()
 
 SThread::~SThread()
 {
+    EndThread();
+    FreeSlots();
+    if (m_threadId) {
+        SWndApp::UnregisterThread(m_threadId);
+        m_threadId = 0;
+    }
+    m_wnd.Destroy();
+}
+
+void SThread::EndThread()
+{
     // The worker's own window dies with its thread; its object is left to it.
     m_threadWnd = nullptr;
     if (m_handle) {
@@ -67,12 +78,6 @@ SThread::~SThread()
         m_handle = nullptr;
     }
     m_alive = false;
-    FreeSlots();
-    if (m_threadId) {
-        SWndApp::UnregisterThread(m_threadId);
-        m_threadId = 0;
-    }
-    m_wnd.Destroy();
 }
 
 void SThread::OnStart()

@@ -10,6 +10,13 @@
 // up to STOP_WAIT_MS for the thread to end by itself; only a thread still
 // running after that is ended by force, and the destructor then waits until
 // it is really gone before freeing anything it may touch.
+//
+// The rule every derived class follows: its destructor calls EndThread before
+// anything else. C++ destroys a derived object's members before ~SThread
+// runs, and meanwhile the thread would still run Run and the hooks on them
+// (and its virtual calls would reach the base while the type unwinds). A
+// derived class with no members of its own and no overrides may rely on
+// ~SThread alone.
 #pragma once
 
 #include <stdint.h>
@@ -75,6 +82,12 @@ public:
     // worker. Dropped on the same conditions as Notify; handled only while the
     // worker's message loop runs (otherwise just freed).
     void NotifyThread(int code, int value);
+
+    // Asks a running thread to stop and waits for it as the destructor does
+    // (forcing it after STOP_WAIT_MS); on return no thread runs this object's
+    // code. The first call of every derived destructor; harmless when no
+    // thread runs.
+    void EndThread();
 
     HANDLE GetHandle() const { return m_handle; }
     DWORD GetThreadId() const { return m_threadId; }

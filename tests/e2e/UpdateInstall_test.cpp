@@ -243,30 +243,43 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
 
 TEST_F(UpdateInstall, ClosingStopsTheInstallWithinASecond)
 {
-    // Closed during a trickling or a stalled download, or as soon as the
-    // unpacking has begun (repeated: the stop races the unpacking), the
-    // program exits at once, leaves no temporary file, starts nothing and
-    // leaves no file cut short.
+    // Closed during a trickling or a stalled download, as soon as the
+    // unpacking has begun (repeated: the stop races the unpacking), while a
+    // package given as a local path is copied, or while its stored entry of
+    // 1 GB is unpacked, the program exits at once, leaves no temporary file,
+    // starts nothing and leaves no file cut short.
     std::string size = std::to_string(ServePackage("bulk.bin", 400));
-    std::string big = m_appDir + "bulk\\big.dat";
-    std::string unpack = s_servers.Nginx("bulk.bin");
-    for (const std::string& url : {s_servers.Fault("trickle/bulk.bin"),
-                                   s_servers.Fault("stall/bulk.bin"), unpack, unpack, unpack}) {
-        SCOPED_TRACE(url);
+    std::string big = m_appDir + "bulk\\big.dat", huge = m_appDir + "huge.dat";
+    // The local package's entry is a hole in the file: it takes no disk space.
+    const uint32_t entry = 1u << 30;
+    std::string local = m_root / "huge.bin", localSize = std::to_string(25 + (uint64_t)entry);
+    std::ofstream out(local, std::ios::binary);
+    out.write("SRES\0\0\0\0", 8).write((const char*)&entry, 4).write("huge.dat", 9);
+    out.seekp(21 + (std::streamoff)entry).write("\xFF\xFF\xFF\xFF", 4);
+    out.close();
+    std::string trickle = s_servers.Fault("trickle/bulk.bin"), unpack = s_servers.Nginx("bulk.bin");
+    // Each URL with the file whose appearance is awaited, or none for 500 ms.
+    const std::string urls[] = {
+        trickle, s_servers.Fault("stall/bulk.bin"), unpack, unpack, unpack, local, local};
+    const std::string awaited[] = {"", "", big, big, big, "", huge};
+    for (int i = 0; i < 7; i++) {
+        SCOPED_TRACE(urls[i] + " " + awaited[i]);
         TempDir::RemoveTree(m_appDir + "bulk\\");
         Process app, updater;
-        StartInstall(&app, &updater, size, url);
+        StartInstall(&app, &updater, urls[i] == local ? localSize : size, urls[i]);
         HWND dialog = WaitForProcessWindow(updater.Id(), "Update", 20000);
         ASSERT_NE(dialog, nullptr);
         DWORD start = GetTickCount();
-        while (url == unpack ? !FileExists(big) && GetTickCount() - start < 20000
-                             : GetTickCount() - start < 1500)
+        while (awaited[i].empty() ? GetTickCount() - start < 500
+                                  : !FileExists(awaited[i]) && GetTickCount() - start < 60000)
             Sleep(1);
         // The stop takes well under a second; the bound leaves room for a
-        // loaded machine, yet ends before an unpacking that goes on would.
+        // loaded machine, yet ends before the forced end or an unpacking that
+        // goes on would.
         PostMessageA(dialog, WM_CLOSE, 0, 0);
-        ASSERT_TRUE(updater.Wait(5000)) << "Update.exe still runs after the close";
+        ASSERT_TRUE(updater.Wait(2000)) << "Update.exe still runs after the close";
         EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
+        EXPECT_FALSE(FileExists(huge)) << "the entry cut short was left behind";
         std::error_code error;   // every file unpacked is whole
         for (const auto& f : std::filesystem::directory_iterator(m_appDir + "bulk", error)) {
             std::string name = f.path().filename().string();

@@ -47,6 +47,7 @@ public:
     std::vector<std::pair<int, int>> calls;   // total, offset
     std::string seen, extra;
     int answer = 0;
+    size_t cancelAfter = SIZE_MAX;   // IsCancelled turns true after that many chunks
     std::vector<int> failuresBefore;
     SFileMem dest;
 
@@ -59,10 +60,13 @@ public:
         EXPECT_TRUE(file == &dest && user == 7 && length > 0 && offset == (int)seen.size());
         calls.push_back({total, (int)length});
         seen.append((const char*)buffer, length);
+        if (calls.size() == cancelAfter)
+            Sleep(300);   // the read-ahead fills meanwhile
         return answer;
     }
 
 protected:
+    bool IsCancelled() override { return calls.size() >= cancelAfter; }
     bool ReadChunk(void* url, void* buffer, uint32_t size, uint32_t* read) override
     {
         if (m_reads < failuresBefore.size() && m_failed < failuresBefore[m_reads])
@@ -95,12 +99,14 @@ TEST(SNetworkTest, ProgressComesBeforeEachChunk)
         {g_servers.Nginx("small.bin"), -5, 300, 300, 1, true},
         {Serve("empty.bin", 0), 1024, 0, 0, 1024, true},
         {g_servers.Fault("nolength/5000"), 1000, 5000, -1, 1000, true},
-        {g_servers.Fault("slow/6000"), 4096, 6000, 6000, 4096, true},   // pauses are waited for
+        {g_servers.Fault("slow/6000"), 4096, 6000, 6000, 4096, true},    // pauses are waited for
+        {g_servers.Fault("pause/6000"), 1024, 6000, 6000, 1024, true},   // 5 s, within the default
         {g_servers.Fault("short/10000"), 1024, 5000, 10000, 1024, false},
     };
     for (auto& c : cases) {
         SCOPED_TRACE(c.url + " chunk " + std::to_string(c.chunk));
         ProbeNetwork net;
+        EXPECT_EQ(net.GetTimeLimit(), 30000);
         EXPECT_EQ(net.Get(c.url, c.chunk), c.result);
         EXPECT_EQ(net.Written(), Pattern(c.size));
         EXPECT_EQ(net.seen, net.Written());
@@ -114,6 +120,11 @@ TEST(SNetworkTest, ProgressComesBeforeEachChunk)
     EXPECT_TRUE(page.Get(g_servers.Fault("missing.bin"), 1024));
     EXPECT_EQ(page.Written(), "not found\n");
     EXPECT_EQ(page.calls.at(0).first, 10);
+    // A cancel is asked before every read, even with read-ahead data waiting.
+    ProbeNetwork cancelled;
+    cancelled.cancelAfter = 3;
+    EXPECT_FALSE(cancelled.Get(g_servers.Nginx("big.bin"), 1024));
+    EXPECT_EQ(cancelled.calls.size(), 3u);
 }
 
 bool InCache(const std::string& url)

@@ -90,10 +90,21 @@ TEST(SThreadTest, MessageLoopRunsAfterRunUntilQuitOrStop)
     EXPECT_EQ(t.threadValue, 9);
     EXPECT_EQ(t.threadNotifiedOn, t.worker);
 
-    ASSERT_TRUE(t.Start(false));
-    ASSERT_TRUE(PumpUntil([&] { return t.IsInLoop(); }, 5000, false));
-    ASSERT_TRUE(t.Stop(true));
-    EXPECT_TRUE(!t.IsAlive() && !t.GetHandle());
+    // Stop raises the flag a Run polls (which, asking for a loop, then gets
+    // none) and quits a loop already running.
+    for (bool inLoop : {false, true}) {
+        bool stopped = false;
+        t.work = [&](TestThread& self) {
+            for (DWORD start = GetTickCount();
+                 !inLoop && !stopped && GetTickCount() - start < 3000;)
+                stopped = self.IsStopRequested();
+            return true;
+        };
+        ASSERT_TRUE(t.Start(false));
+        ASSERT_TRUE(PumpUntil([&] { return inLoop ? t.IsInLoop() : t.IsInBody(); }, 5000, false));
+        ASSERT_TRUE(t.Stop(true));
+        EXPECT_TRUE(!t.IsAlive() && !t.GetHandle() && stopped != inLoop);
+    }
     EXPECT_FALSE(t.Stop(true));
 }
 
