@@ -1,6 +1,8 @@
 // Signed packages as whole programs: UpdatePack's keys, signatures and stamps
 // against an independent signer (Python's cryptography, tests/e2e/sign_peer.py),
-// and a stamped Update.exe installing from nginx and from a local path.
+// and a stamped Update.exe installing from nginx and from a local path: what it
+// refuses, which versions it takes, and that nobody can swap the package once
+// it has been checked.
 #include <gtest/gtest.h>
 
 #include "E2eSupport.h"
@@ -23,6 +25,9 @@ protected:
         ASSERT_TRUE(WriteFileText(m_root / "src\\data\\readme.txt", "version two"));
         ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
                               (m_root / "src\\SampleApp.exe").c_str(), FALSE));
+        // keygen writes no file that exists; the served folder outlives a test.
+        DeleteFileA(Www("own.pem").c_str());
+        DeleteFileA(Www("own.pub").c_str());
         ASSERT_EQ(Pack("keygen " + Quote(Www("own.pem")) + " " + Quote(Www("own.pub"))).code, 0u);
         ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("signed.upd")) +
                        " --sign " + Quote(Www("own.pem")))
@@ -30,6 +35,10 @@ protected:
                   0u);
         ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("plain.upd"))).code, 0u);
         ASSERT_EQ(Peer("keygen " + Unix("py.pem") + " " + Unix("py8.pem")), 0);
+        ASSERT_EQ(Pack("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) +
+                       " -o " + Quote(m_root / "Stamped.exe"))
+                      .code,
+                  0u);
     }
 
     PackResult Pack(const std::string& arguments)
@@ -62,6 +71,8 @@ protected:
         return -1;
     }
 
+    static constexpr const char* kV1 = "281474976710656";   // 1.0.0.0 packed
+    static constexpr const char* kV2 = "562949953421312";   // 2.0.0.0 packed
     static inline TestServers s_servers;
     static inline bool s_serving = false;
     TempDir m_root {"vx sign "};
@@ -73,13 +84,13 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     const std::string signedPackage = ReadFileText(Www("signed.bin"));
     EXPECT_EQ(ReadFileText(Www("signed.upd")),
               "1.0.0.0\r\n" + std::to_string(signedPackage.size()) + "\r\n");
-    EXPECT_EQ(signedPackage.size(), ReadFileText(Www("plain.bin")).size() + 80);
+    EXPECT_EQ(signedPackage.size(), ReadFileText(Www("plain.bin")).size() + 100);
     // Our signature and our key in the other implementation.
     EXPECT_EQ(Peer("verify " + Unix("signed.bin") + " " + Unix("own.pem")), 0);
     EXPECT_EQ(Peer("verify " + Unix("signed.bin") + " " + Unix("py.pem")), 1);
     // Its keys (SEC1 and PKCS#8) and signatures here.
     ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("peer.bin").c_str(), FALSE));
-    ASSERT_EQ(Peer("sign " + Unix("peer.bin") + " " + Unix("py8.pem")), 0);
+    ASSERT_EQ(Peer("sign " + Unix("peer.bin") + " " + Unix("py8.pem") + " " + kV1), 0);
     for (const char* key : {"py.pem", "py8.pem"})
         EXPECT_EQ(Pack("verify " + Quote(Www("peer.bin")) + " --key " + Quote(Www(key))).code, 0u)
             << key;
@@ -87,6 +98,9 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     // The same key identifier; only the signature (randomised) differs.
     EXPECT_EQ(ReadFileText(Www("plain.bin")).substr(0, signedPackage.size() - 68),
               ReadFileText(Www("peer.bin")).substr(0, signedPackage.size() - 68));
+    EXPECT_EQ(ReadFileText(Www("plain.bin")).substr(signedPackage.size() - 88, 20),
+              std::string("\0\0\0\0\0\0\1\0\0\0\0\0\0\0\0\0\0\0\0\0", 20))
+        << "version 1.0.0.0, full";
     EXPECT_EQ(Peer("verify " + Unix("plain.bin") + " " + Unix("py8.pem")), 0);
     EXPECT_EQ(ReadFileText(Www("plain.upd")), ReadFileText(Www("signed.upd")));
 
@@ -98,22 +112,31 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         0u);
     EXPECT_EQ(Pack("verify " + Quote(Www("plain.bin")) + " --key " + Quote(Www("own.pub"))).code,
               0u);
-    const std::string key = ReadFileText(Www("own.pem"));
-    EXPECT_EQ(Pack("keygen " + Quote(Www("own.pem"))).code, 1u);
-    EXPECT_EQ(ReadFileText(Www("own.pem")), key);
     // Signing needs the private key.
     EXPECT_EQ(
         Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pub")) + " --resign").code,
         1u);
 
-    // The stamped Update.exe.
-    ASSERT_EQ(Pack("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) +
-                   " -o " + Quote(m_root / "Stamped.exe"))
-                  .code,
-              0u);
     const std::string good = ReadFileText(Www("signed.bin"));
     ASSERT_TRUE(CopyFileA(Www("unsigned.bin").c_str(), Www("own-peer.bin").c_str(), FALSE));
-    ASSERT_EQ(Peer("sign " + Unix("own-peer.bin") + " " + Unix("own.pem")), 0);
+    ASSERT_EQ(Peer("sign " + Unix("own-peer.bin") + " " + Unix("own.pem") + " " + kV2), 0);
+    // Signed for other versions and bases: by the other signer (its command,
+    // and what follows the key) or by sign (its options).
+    const char* const signs[][3] = {
+        {"high-s.bin", "sign", " 562949953421312 --high-s"},
+        {"old-trailer.bin", "sign-old", ""},
+        {"older.bin", nullptr, " --version 0.9"},
+        {"delta-other.bin", nullptr, " --version 2 --base 1.5"},
+        {"delta.bin", nullptr, " --version 2 --base 1.0"},
+    };
+    for (const auto& sign : signs) {
+        ASSERT_TRUE(CopyFileA(Www("unsigned.bin").c_str(), Www(sign[0]).c_str(), FALSE));
+        bool peer = sign[1] != nullptr;
+        int code = peer
+            ? Peer(std::string(sign[1]) + " " + Unix(sign[0]) + " " + Unix("own.pem") + sign[2])
+            : (int)Pack("sign " + Quote(Www(sign[0])) + " " + Quote(Www("own.pem")) + sign[2]).code;
+        ASSERT_EQ(code, 0) << sign[0];
+    }
     // Variants of the signed package: each must be refused by verify --key
     // and by the stamped Update.exe, without a crash or a hang.
     auto flip = [&](size_t at) {
@@ -126,8 +149,11 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         {"ignored header byte", flip(5)},
         {"entry byte", flip(good.size() / 2)},
         {"signature byte", flip(good.size() - 40)},
-        {"key id byte", flip(good.size() - 70)},
-        {"magic byte", flip(good.size() - 80)},
+        {"key id byte", flip(good.size() - 90)},
+        {"magic byte", flip(good.size() - 100)},
+        {"version byte", flip(good.size() - 87)},
+        {"flags byte", flip(good.size() - 80)},
+        {"base byte of a full package", flip(good.size() - 70)},
         {"trailer cut", good.substr(0, good.size() - 10)},
         {"huge length", length(0xFFFFFFFF)},
         {"length past the start", length((uint32_t)good.size() + 8)},
@@ -135,23 +161,42 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     };
     struct Run {
         std::string file, dir;
-        bool local = false, stamped = true, accept = false;
+        bool local = false, stamped = true, accept = false, unversioned = false, holds = false;
         Process updater;
-    } runs[14];
+    } runs[24];
     int count = 0;
     for (const auto& variant : variants) {
         runs[count].file = std::string("bad ") + variant.first + ".bin";
         ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), variant.second));
     }
-    runs[count++].file = "unsigned.bin";
-    runs[count++].file = "peer.bin";   // signed by another key
-    // Accepted: signed by the key, from nginx (by the other signer) and from
-    // a local path; and an Update.exe without a key takes a signed package.
-    for (int kind = 0; kind < 3; kind++) {
-        runs[count].file = kind ? "signed.bin" : "own-peer.bin";
-        runs[count].local = kind == 1;
-        runs[count].stamped = kind != 2;
-        runs[count++].accept = true;
+    // Refused, and accepted (an application without a version resource has
+    // no rollback check, but takes no delta): file, accepted, local, stamped,
+    // unversioned, and whether the signature itself holds.
+    const struct {
+        const char* file;
+        bool accept, local, stamped, unversioned, holds;
+    } cases[] = {
+        {"unsigned.bin", false, false, true, false, false},
+        {"peer.bin", false, false, true, false, false},   // signed by another key
+        {"high-s.bin", false, true, true, false, false},
+        {"old-trailer.bin", false, false, true, false, false},
+        {"older.bin", false, true, true, false, true},
+        {"delta-other.bin", false, false, true, false, true},
+        {"delta.bin", false, false, true, true, true},
+        {"own-peer.bin", true, false, true, false, true},   // newer, by the other signer
+        {"signed.bin", true, true, true, false, true},      // the same version
+        {"signed.bin", true, false, false, false, true},    // an Update.exe without a key
+        {"delta.bin", true, true, true, false, true},
+        {"older.bin", true, false, true, true, true},
+    };
+    for (const auto& c : cases) {
+        Run& run = runs[count++];
+        run.file = c.file;
+        run.accept = c.accept;
+        run.local = c.local;
+        run.stamped = c.stamped;
+        run.unversioned = c.unversioned;
+        run.holds = c.holds;
     }
     for (int i = 0; i < count; i++) {
         Run& run = runs[i];
@@ -160,17 +205,25 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         if (!run.accept) {
             PackResult verified =
                 Pack("verify " + Quote(package) + " --key " + Quote(Www("own.pub")));
-            EXPECT_EQ(verified.code, 1u) << verified.out << verified.err;
+            EXPECT_EQ(verified.code, run.holds ? 0u : 1u) << verified.out << verified.err;
         }
         run.dir = m_root / ("app" + std::to_string(i) + "\\").c_str();
         ASSERT_TRUE(
             PrepareApp(run.dir, run.stamped ? m_root / "Stamped.exe" : BinDir() + "Update.exe"));
+        if (run.unversioned) {
+            ASSERT_TRUE(CopyFileA((BinDir() + "vx_sleeper.exe").c_str(),
+                                  (run.dir + "SampleApp.exe").c_str(), FALSE));
+        }
         ASSERT_TRUE(StartUpdate(&run.updater, run.dir, std::to_string(ReadFileText(package).size()),
                                 run.local ? package : s_servers.Nginx(run.file)));
     }
     for (int i = 0; i < count; i++) {
         Run& run = runs[i];
-        SCOPED_TRACE(run.file + (run.local ? " local" : run.stamped ? "" : " unstamped"));
+        SCOPED_TRACE(run.file +
+                     (run.local         ? " local"
+                          : run.stamped ? ""
+                                        : " unstamped") +
+                     (run.unversioned ? " unversioned" : ""));
         if (run.accept) {
             EXPECT_TRUE(run.updater.Wait(60000)) << "Update.exe did not finish";
             EXPECT_EQ(ReadFileText(run.dir + "data\\readme.txt"), "version two");
@@ -186,6 +239,73 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
             EXPECT_FALSE(FileExists(run.dir + "SampleApp.log")) << "something was started";
         }
         EXPECT_EQ(CountFiles(run.dir + "temp\\"), 0) << "the temporary file was left behind";
+    }
+}
+
+}   // namespace
+
+namespace {
+
+// A second process (this test) waits until the stamped Update.exe has begun
+// unpacking a signed package, then keeps trying to overwrite its temporary
+// file with an unsigned package of the same layout.
+TEST_F(UpdateSign, NobodyCanSwapThePackageBetweenItsCheckAndItsUnpacking)
+{
+    // A large entry keeps the unpacking busy; the forged one differs in every
+    // chunk.
+    std::string big(48 << 20, '\0'), forged(big.size(), '\0');
+    uint32_t state = 1;
+    for (size_t i = 0; i < big.size(); i++) {
+        state = state * 1664525u + 1013904223u;
+        big[i] = (char)(state >> 24);
+        forged[i] = (char)(state >> 16);
+    }
+    ASSERT_TRUE(WriteFileText(m_root / "src\\big.bin", big));
+    ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("big.upd")) +
+                   " --version 2 --sign " + Quote(Www("own.pem")))
+                  .code,
+              0u);
+    ASSERT_TRUE(WriteFileText(m_root / "src\\big.bin", forged));
+    ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("forged.upd"))).code, 0u);
+    const std::string forgedPackage = ReadFileText(Www("forged.bin"));
+    const std::string size = std::to_string(ReadFileText(Www("big.bin")).size());
+
+    for (bool local : {true, false}) {
+        SCOPED_TRACE(local ? "local" : "nginx");
+        const std::string dir = m_root / (local ? "local\\" : "http\\");
+        Process updater;
+        ASSERT_TRUE(PrepareApp(dir, m_root / "Stamped.exe"));
+        ASSERT_TRUE(
+            StartUpdate(&updater, dir, size, local ? Www("big.bin") : s_servers.Nginx("big.bin")));
+        // A write can land in the moment between the unpacking's end and the
+        // deletion; only what is installed tells.
+        int denied = 0;
+        for (DWORD start = GetTickCount(); updater.IsRunning() && GetTickCount() - start < 90000;) {
+            WIN32_FIND_DATAA found;
+            HANDLE find = FindFirstFileA((dir + "temp\\tmp*").c_str(), &found);
+            if (find != INVALID_HANDLE_VALUE)
+                FindClose(find);
+            if (find == INVALID_HANDLE_VALUE || !FileExists(dir + "big.bin")) {
+                Sleep(1);
+                continue;
+            }
+            HANDLE file = CreateFileA((dir + "temp\\" + found.cFileName).c_str(), GENERIC_WRITE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr);
+            DWORD count = 0;
+            if (file == INVALID_HANDLE_VALUE) {
+                denied++;
+                continue;
+            }
+            WriteFile(file, forgedPackage.data(), (DWORD)forgedPackage.size(), &count, nullptr);
+            CloseHandle(file);
+        }
+        EXPECT_TRUE(updater.Wait(30000));
+        EXPECT_GT(denied, 0) << "the attack never ran during the unpacking";
+        EXPECT_TRUE(ReadFileText(dir + "big.bin") == big)
+            << "what was installed is not what was signed";
+        EXPECT_TRUE(WaitForFileText(dir + "SampleApp.log", "started 2.0.0.0", 20000));
+        EXPECT_EQ(CountFiles(dir + "temp\\"), 0);
     }
 }
 
