@@ -3,6 +3,7 @@
 // and a stamped Update.exe installing from nginx and from a local path: what it
 // refuses, which versions it takes, and that nobody can swap the package once
 // it has been checked.
+#include <aclapi.h>
 #include <gtest/gtest.h>
 
 #include "E2eSupport.h"
@@ -98,9 +99,6 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     // The same key identifier; only the signature (randomised) differs.
     EXPECT_EQ(ReadFileText(Www("plain.bin")).substr(0, signedPackage.size() - 68),
               ReadFileText(Www("peer.bin")).substr(0, signedPackage.size() - 68));
-    EXPECT_EQ(ReadFileText(Www("plain.bin")).substr(signedPackage.size() - 88, 20),
-              std::string("\0\0\0\0\0\0\1\0\0\0\0\0\0\0\0\0\0\0\0\0", 20))
-        << "version 1.0.0.0, full";
     EXPECT_EQ(Peer("verify " + Unix("plain.bin") + " " + Unix("py8.pem")), 0);
     EXPECT_EQ(ReadFileText(Www("plain.upd")), ReadFileText(Www("signed.upd")));
 
@@ -159,47 +157,35 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         {"length past the start", length((uint32_t)good.size() + 8)},
         {"trailer longer than the file", good.substr(good.size() - 50)},
     };
-    struct Run {
-        std::string file, dir;
-        bool local = false, stamped = true, accept = false, unversioned = false, holds = false;
-        Process updater;
-    } runs[24];
-    int count = 0;
-    for (const auto& variant : variants) {
-        runs[count].file = std::string("bad ") + variant.first + ".bin";
-        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), variant.second));
-    }
     // Refused, and accepted (an application without a version resource has
-    // no rollback check, but takes no delta): file, accepted, local, stamped,
-    // unversioned, and whether the signature itself holds.
-    const struct {
-        const char* file;
-        bool accept, local, stamped, unversioned, holds;
-    } cases[] = {
-        {"unsigned.bin", false, false, true, false, false},
-        {"peer.bin", false, false, true, false, false},   // signed by another key
-        {"high-s.bin", false, true, true, false, false},
-        {"old-trailer.bin", false, false, true, false, false},
+    // no rollback check, but takes no delta).
+    struct Case {
+        std::string file;
+        bool accept = false, local = false, stamped = true, unversioned = false;
+        bool holds = false;   // the signature itself holds
+        std::string dir = "";
+    };
+    std::vector<Case> runs = {
+        {"unsigned.bin"},
+        {"peer.bin"},   // signed by another key
+        {"high-s.bin", false, true},
+        {"old-trailer.bin"},
         {"older.bin", false, true, true, false, true},
         {"delta-other.bin", false, false, true, false, true},
         {"delta.bin", false, false, true, true, true},
-        {"own-peer.bin", true, false, true, false, true},   // newer, by the other signer
-        {"signed.bin", true, true, true, false, true},      // the same version
-        {"signed.bin", true, false, false, false, true},    // an Update.exe without a key
-        {"delta.bin", true, true, true, false, true},
-        {"older.bin", true, false, true, true, true},
+        {"own-peer.bin", true},               // newer, by the other signer
+        {"signed.bin", true, true},           // the same version
+        {"signed.bin", true, false, false},   // an Update.exe without a key
+        {"delta.bin", true, true},
+        {"older.bin", true, false, true, true},
     };
-    for (const auto& c : cases) {
-        Run& run = runs[count++];
-        run.file = c.file;
-        run.accept = c.accept;
-        run.local = c.local;
-        run.stamped = c.stamped;
-        run.unversioned = c.unversioned;
-        run.holds = c.holds;
+    for (const auto& variant : variants) {
+        runs.push_back({std::string("bad ") + variant.first + ".bin"});
+        ASSERT_TRUE(WriteFileText(Www(runs.back().file.c_str()), variant.second));
     }
-    for (int i = 0; i < count; i++) {
-        Run& run = runs[i];
+    Process updaters[24];
+    for (size_t i = 0; i < runs.size(); i++) {
+        Case& run = runs[i];
         const std::string package = Www(run.file.c_str());
         SCOPED_TRACE(run.file);
         if (!run.accept) {
@@ -210,41 +196,32 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         run.dir = m_root / ("app" + std::to_string(i) + "\\").c_str();
         ASSERT_TRUE(
             PrepareApp(run.dir, run.stamped ? m_root / "Stamped.exe" : BinDir() + "Update.exe"));
-        if (run.unversioned) {
-            ASSERT_TRUE(CopyFileA((BinDir() + "vx_sleeper.exe").c_str(),
-                                  (run.dir + "SampleApp.exe").c_str(), FALSE));
-        }
-        ASSERT_TRUE(StartUpdate(&run.updater, run.dir, std::to_string(ReadFileText(package).size()),
+        ASSERT_TRUE(!run.unversioned ||
+                    CopyFileA((BinDir() + "vx_sleeper.exe").c_str(),
+                              (run.dir + "SampleApp.exe").c_str(), FALSE));
+        ASSERT_TRUE(StartUpdate(&updaters[i], run.dir, std::to_string(ReadFileText(package).size()),
                                 run.local ? package : s_servers.Nginx(run.file)));
     }
-    for (int i = 0; i < count; i++) {
-        Run& run = runs[i];
-        SCOPED_TRACE(run.file +
-                     (run.local         ? " local"
-                          : run.stamped ? ""
-                                        : " unstamped") +
-                     (run.unversioned ? " unversioned" : ""));
+    for (size_t i = 0; i < runs.size(); i++) {
+        Case& run = runs[i];
+        SCOPED_TRACE(run.file + " in app" + std::to_string(i));
         if (run.accept) {
-            EXPECT_TRUE(run.updater.Wait(60000)) << "Update.exe did not finish";
+            EXPECT_TRUE(updaters[i].Wait(60000)) << "Update.exe did not finish";
             EXPECT_EQ(ReadFileText(run.dir + "data\\readme.txt"), "version two");
             EXPECT_TRUE(WaitForFileText(run.dir + "SampleApp.log", "started 2.0.0.0", 20000));
         } else {
-            HWND dialog = WaitForProcessWindow(run.updater.Id(), "Update", 30000);
+            HWND dialog = WaitForProcessWindow(updaters[i].Id(), "Update", 30000);
             ASSERT_NE(dialog, nullptr);
             EXPECT_TRUE(WaitForChildText(dialog, "Failed.", 30000))
                 << "label never read \"Failed.\"";
             PostMessageA(dialog, WM_CLOSE, 0, 0);
-            EXPECT_TRUE(run.updater.Wait(20000));
+            EXPECT_TRUE(updaters[i].Wait(20000));
             EXPECT_FALSE(FileExists(run.dir + "data\\readme.txt"));
             EXPECT_FALSE(FileExists(run.dir + "SampleApp.log")) << "something was started";
         }
         EXPECT_EQ(CountFiles(run.dir + "temp\\"), 0) << "the temporary file was left behind";
     }
 }
-
-}   // namespace
-
-namespace {
 
 // A second process (this test) waits until the stamped Update.exe has begun
 // unpacking a signed package, then keeps trying to overwrite its temporary
@@ -280,24 +257,19 @@ TEST_F(UpdateSign, NobodyCanSwapThePackageBetweenItsCheckAndItsUnpacking)
         // A write can land in the moment between the unpacking's end and the
         // deletion; only what is installed tells.
         int denied = 0;
-        for (DWORD start = GetTickCount(); updater.IsRunning() && GetTickCount() - start < 90000;) {
-            WIN32_FIND_DATAA found;
-            HANDLE find = FindFirstFileA((dir + "temp\\tmp*").c_str(), &found);
-            if (find != INVALID_HANDLE_VALUE)
-                FindClose(find);
-            if (find == INVALID_HANDLE_VALUE || !FileExists(dir + "big.bin")) {
-                Sleep(1);
+        WIN32_FIND_DATAA found;
+        for (DWORD start = GetTickCount(); updater.IsRunning() && GetTickCount() - start < 90000;
+             Sleep(1)) {
+            HANDLE find = FindFirstFileA((dir + "temp\\tmp*").c_str(), &found), file;
+            if (find == INVALID_HANDLE_VALUE || !FindClose(find) || !FileExists(dir + "big.bin"))
                 continue;
-            }
-            HANDLE file = CreateFileA((dir + "temp\\" + found.cFileName).c_str(), GENERIC_WRITE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      nullptr, OPEN_EXISTING, 0, nullptr);
+            file = CreateFileA((dir + "temp\\" + found.cFileName).c_str(), GENERIC_WRITE,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                               OPEN_EXISTING, 0, nullptr);
             DWORD count = 0;
-            if (file == INVALID_HANDLE_VALUE) {
-                denied++;
-                continue;
-            }
-            WriteFile(file, forgedPackage.data(), (DWORD)forgedPackage.size(), &count, nullptr);
+            denied += file == INVALID_HANDLE_VALUE;
+            if (file != INVALID_HANDLE_VALUE)
+                WriteFile(file, forgedPackage.data(), (DWORD)forgedPackage.size(), &count, nullptr);
             CloseHandle(file);
         }
         EXPECT_TRUE(updater.Wait(30000));
@@ -307,6 +279,65 @@ TEST_F(UpdateSign, NobodyCanSwapThePackageBetweenItsCheckAndItsUnpacking)
         EXPECT_TRUE(WaitForFileText(dir + "SampleApp.log", "started 2.0.0.0", 20000));
         EXPECT_EQ(CountFiles(dir + "temp\\"), 0);
     }
+}
+
+// Keys are checked when loaded and named in the refusal; a release key is
+// never overwritten; a stamp is not replaced by accident.
+TEST_F(UpdateSign, KeysAreCheckedOnLoadAndNeverLost)
+{
+    ASSERT_EQ(Peer("keys " + Unix("")), 0);
+    const std::string key = ReadFileText(Www("own.pem"));
+    const std::string stamped = Quote(m_root / "Stamped.exe");
+    const std::string pkg = " " + Quote(Www("signed.bin")) + " --key ";
+    const struct {
+        std::string arguments;
+        const char* says;   // in stderr when refused, in stdout otherwise
+        DWORD code;
+    } rows[] = {
+        {"stamp " + stamped + " " + Quote(Www("offcurve.pub")), "not on the curve P-256", 1},
+        {"verify" + pkg + Quote(Www("offcurve.pub")), "not on the curve P-256", 1},
+        {"verify" + pkg + Quote(Www("p384.pem")), "not a P-256 key", 1},
+        {"verify" + pkg + Quote(Www("p384.pub")), "not a P-256 key", 1},
+        {"verify" + pkg + Quote(Www("enc8.pem")), "encrypted", 1},
+        {"verify" + pkg + Quote(Www("encold.pem")), "encrypted", 1},
+        {"verify" + pkg + Quote(Www("huge.pem")), "larger than 64 KB", 1},
+        {"keygen " + Quote(Www("new.pem")) + " " + Quote(Www("own.pem")), "exists", 1},
+        {"keygen " + Quote(Www("own.pem")) + " " + Quote(Www("new.pub")), "exists", 1},
+        {"keygen " + Quote(Www("same.pem")) + " " + Quote(s_servers.Www() + "x\\..\\SAME.PEM"),
+         "same file", 1},
+        {"keygen " + Quote(Www("fresh.pem")), "readable by its owner only", 0},
+        {"stamp " + stamped + " " + Quote(Www("py.pem")), "--restamp", 1},
+        {"stamp " + stamped + " " + Quote(Www("py.pem")) + " --restamp", "holds key", 0},
+        {"stamp " + stamped + " " + Quote(Www("py.pem")), "holds key", 0},
+    };
+    for (const auto& row : rows) {
+        PackResult result = Pack(row.arguments);
+        const std::string what = row.arguments + "\n" + result.out + result.err;
+        EXPECT_EQ(result.code, row.code) << what;
+        EXPECT_NE((row.code ? result.err : result.out).find(row.says), std::string::npos) << what;
+    }
+    PackResult big = Pack("verify" + pkg + Quote(Www("huge.pem")) + " --stats");
+    size_t peak = big.err.find("peak working set: ");
+    ASSERT_NE(peak, std::string::npos) << big.err;
+    EXPECT_LT(atoi(big.err.c_str() + peak + 18), 65536) << "KB: the key file was read";
+    EXPECT_EQ(ReadFileText(Www("own.pem")), key);
+    for (const char* name : {"new.pem", "new.pub", "same.pem"})
+        EXPECT_FALSE(FileExists(Www(name))) << name;
+    // The private key's access list grants other users nothing (a file
+    // created plainly here grants everyone reading).
+    PACL list = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    ASSERT_EQ(GetNamedSecurityInfoA(Www("fresh.pem").c_str(), SE_FILE_OBJECT,
+                                    DACL_SECURITY_INFORMATION, nullptr, nullptr, &list, nullptr,
+                                    &descriptor),
+              (DWORD)ERROR_SUCCESS);
+    for (int i = 0; list && i < list->AceCount; i++) {
+        ACCESS_ALLOWED_ACE* ace = nullptr;
+        GetAce(list, i, (void**)&ace);
+        for (auto others : {WinWorldSid, WinBuiltinUsersSid, WinAuthenticatedUserSid})
+            EXPECT_FALSE(IsWellKnownSid(&ace->SidStart, others)) << "entry " << i;
+    }
+    LocalFree(descriptor);
 }
 
 }   // namespace

@@ -9,7 +9,8 @@
                                           which names no version
   sign_peer.py keys FOLDER                keys that must be refused: P-384
                                           (private, public), encrypted (PKCS#8,
-                                          old PEM), a point off the curve
+                                          old PEM), a point off the curve, a
+                                          1.5 GB file
   sign_peer.py verify PKG KEY.pem         exit 0 when the trailer holds
 
 Trailer (100 bytes, integers little-endian): "SSGV", key id (first 8 bytes of
@@ -65,6 +66,8 @@ def write_refused_keys(folder):
     }
     for name, text in keys.items():
         open(folder + "/" + name, "wb").write(text)
+    # 1.5 GB, sparse: a key file too large to be read.
+    open(folder + "/huge.pem", "wb").truncate(1536 << 20)
 
 
 def main(command, path, key_path=None, *rest):
