@@ -578,11 +578,13 @@ int Stamp(const char* exe, const char* keyPath, const char* outPath, bool restam
     // Stamping over another key would strand the packages signed for it.
     SEcKey old;
     int previous = old.LoadStamped(exe);
-    if (previous != SEcKey::STAMP_NONE && !restamp &&
-        (previous != SEcKey::STAMP_KEY || old.GetIdText() != key.GetIdText())) {
+    if (previous == SEcKey::STAMP_BAD && !restamp) {
+        Error("%s holds a stamp that cannot be read, or is no program; --restamp replaces it", exe);
+        return kFailed;
+    }
+    if (previous == SEcKey::STAMP_KEY && !restamp && old.GetIdText() != key.GetIdText()) {
         Error("%s holds key %s already, not key %s; --restamp replaces it", exe,
-              previous == SEcKey::STAMP_KEY ? old.GetIdText().Text() : "(unreadable)",
-              key.GetIdText().Text());
+              old.GetIdText().Text(), key.GetIdText().Text());
         return kFailed;
     }
     const char* target = outPath ? outPath : exe;
