@@ -223,9 +223,8 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     }
 }
 
-// A second process (this test) waits until the stamped Update.exe has begun
-// unpacking a signed package, then keeps trying to overwrite its temporary
-// file with an unsigned package of the same layout.
+// A second process (this test) waits until a stamped Update.exe unpacks, then
+// keeps trying to overwrite its temporary file with an unsigned package.
 TEST_F(UpdateSign, NobodyCanSwapThePackageBetweenItsCheckAndItsUnpacking)
 {
     // A large entry keeps the unpacking busy; the forged one differs in every
@@ -306,6 +305,8 @@ TEST_F(UpdateSign, KeysAreCheckedOnLoadAndNeverLost)
         {"keygen " + Quote(Www("same.pem")) + " " + Quote(s_servers.Www() + "x\\..\\SAME.PEM"),
          "same file", 1},
         {"keygen " + Quote(Www("fresh.pem")), "readable by its owner only", 0},
+        {"make " + Quote(m_root / "src") + " v.upd --version 1.x --sign " + Quote(Www("own.pem")),
+         "\"1.x\" is not a version", 1},
         {"stamp " + stamped + " " + Quote(Www("py.pem")), "--restamp", 1},
         {"stamp " + stamped + " " + Quote(Www("py.pem")) + " --restamp", "holds key", 0},
         {"stamp " + stamped + " " + Quote(Www("py.pem")), "holds key", 0},
