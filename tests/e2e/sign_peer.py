@@ -10,7 +10,8 @@
   sign_peer.py keys FOLDER                keys that must be refused: P-384
                                           (private, public), encrypted (PKCS#8,
                                           old PEM), a point off the curve, a
-                                          1.5 GB file
+                                          1.5 GB file, a scalar with another
+                                          key's point
   sign_peer.py verify PKG KEY.pem         exit 0 when the trailer holds
 
 Trailer (100 bytes, integers little-endian): "SSGV", key id (first 8 bytes of
@@ -47,6 +48,11 @@ def key_id(public):
     return hashlib.sha256(der).digest()[:8]
 
 
+def pem_text(label, der):
+    return ("-----BEGIN %s-----\n" % label).encode() + base64.b64encode(der) + \
+        ("\n-----END %s-----\n" % label).encode()
+
+
 def write_refused_keys(folder):
     pem, raw = serialization.Encoding.PEM, serialization.PrivateFormat
     p384 = ec.generate_private_key(ec.SECP384R1())
@@ -59,10 +65,16 @@ def write_refused_keys(folder):
             pem, serialization.PublicFormat.SubjectPublicKeyInfo),
         "enc8.pem": p256.private_bytes(pem, raw.PKCS8, locked),
         "encold.pem": p256.private_bytes(pem, raw.TraditionalOpenSSL, locked),
+        # A P-256 scalar with another key's public point.
+        "mismatch.pem": pem_text("EC PRIVATE KEY", bytes.fromhex(
+            "30770201010420") + p256.private_numbers().private_value.to_bytes(32, "big") +
+            bytes.fromhex("a00a06082a8648ce3d030107a144034200") + ec.generate_private_key(
+                ec.SECP256R1()).public_key().public_bytes(
+                    serialization.Encoding.X962, serialization.PublicFormat.UncompressedPoint)),
         # x = 1, y = 1 in a well-formed P-256 SubjectPublicKeyInfo.
-        "offcurve.pub": b"-----BEGIN PUBLIC KEY-----\n" + base64.b64encode(
-            bytes.fromhex("3059301306072a8648ce3d020106082a8648ce3d03010703420004") +
-            (1).to_bytes(32, "big") * 2) + b"\n-----END PUBLIC KEY-----\n",
+        "offcurve.pub": pem_text("PUBLIC KEY", bytes.fromhex(
+            "3059301306072a8648ce3d020106082a8648ce3d03010703420004") +
+            (1).to_bytes(32, "big") * 2),
     }
     for name, text in keys.items():
         open(folder + "/" + name, "wb").write(text)
