@@ -6,9 +6,11 @@
 #include "core/SStringArray.h"
 #include "ctrl/SListCtrl.h"
 #include "file/SDisk.h"
+#include "file/SFileHandle.h"
 #include "file/SFilePath.h"
 #include "file/SResource.h"
 #include "system/SEcKey.h"
+#include "system/SFileVersion.h"
 #include "system/SPackageSignature.h"
 #include "wnd/SWndApp.h"
 
@@ -116,46 +118,57 @@ bool PWndExtract::_PThread::Install()
     _PNetwork network(this);
     bool downloaded = network.Download(&file, SWndApp::GetArg(1, true).Text(), 1024, 0);
     file.Close();
-    if (!downloaded || IsStopRequested()) {
-        disk.Remove(temp.Text());
+    // Held from here until the unpacking has ended, so that the bytes checked
+    // are the bytes unpacked. A file that cannot be held (another process
+    // has it open for writing) is not installed.
+    SFileHandle hold;
+    bool installed =
+        downloaded && !IsStopRequested() && hold.Hold(temp.Text()) && Unpack(temp.Text());
+    hold.Close();
+    disk.Remove(temp.Text());
+    if (!installed || IsStopRequested())
         return false;
-    }
 
-    long expected = strtol(SWndApp::GetArg(0, true).Text(), nullptr, 10);
-    if (disk.FileSize(temp.Text()) != (uint32_t)expected) {
-        disk.Remove(temp.Text());
-        return false;
-    }
+    // The start's result is not checked: the update itself has succeeded.
+    disk.Open(SWndApp::GetArg(3, true).Text(), "", false, SW_SHOWNORMAL);
+    return true;
+}
 
-    // A key stamped into Update.exe admits only packages it signed; a bad
-    // stamp admits none. Without a stamp nothing is checked.
+bool PWndExtract::_PThread::Admit(const char* temp)
+{
     SEcKey key;
+    int stamp = key.LoadStamped();
+    if (stamp == SEcKey::STAMP_NONE)
+        return true;
     SPackageSignature signature;
-    if (key.LoadStamped() != SEcKey::STAMP_NONE &&
-        signature.Check(temp.Text(), key) != SPackageSignature::SIGNATURE_OK) {
-        disk.Remove(temp.Text());
+    if (stamp != SEcKey::STAMP_KEY ||
+        signature.Check(temp, key, KeepUnpacking, 0) != SPackageSignature::SIGNATURE_OK)
         return false;
-    }
+    SVersion installed;
+    bool known = SFileVersion::Read(SWndApp::GetArg(3, true).Text(), &installed);
+    // A delta only applies to the version it was made from.
+    if (signature.GetBase())
+        return known && installed.Compare(*signature.GetBase()) == 0;
+    return !known || signature.GetVersion().Compare(installed) >= 0;
+}
+
+bool PWndExtract::_PThread::Unpack(const char* temp)
+{
+    SDisk disk;
+    long expected = strtol(SWndApp::GetArg(0, true).Text(), nullptr, 10);
+    if (disk.FileSize(temp) != (uint32_t)expected || !Admit(temp))
+        return false;
 
     SResource package;
-    if (!package.Open(temp.Text(), 0)) {
-        disk.Remove(temp.Text());
+    if (!package.Open(temp, 0))
         return false;
-    }
 
     // Unpacking fails only when it cannot start; single entries that fail
     // are listed but deliberately count as success, so the lines are shown
     // (by the UI thread, with the failure) only in the first case. The
     // progress hook is the stop check between entries and chunks.
     package.SetProgress(KeepUnpacking, 0);
-    bool unpacked = package.ExtractAll(SWndApp::GetArg(2, true).Text(), &m_problems);
-    disk.Remove(temp.Text());
-    if (!unpacked || IsStopRequested())
-        return false;
-
-    // The start's result is not checked: the update itself has succeeded.
-    disk.Open(SWndApp::GetArg(3, true).Text(), "", false, SW_SHOWNORMAL);
-    return true;
+    return package.ExtractAll(SWndApp::GetArg(2, true).Text(), &m_problems);
 }
 
 bool PWndExtract::_PNetwork::IsCancelled()

@@ -3,17 +3,23 @@
 // into the destination folder and starts the application again; the dialog
 // then closes by itself. Any failure leaves it open with the label "Failed.".
 // An Update.exe stamped with a publisher's key (SEcKey) also checks, right
-// after the size, that the package is signed by that key (SPackageSignature);
-// a refused package fails exactly as one of the wrong size does.
+// after the size, that the package is signed by that key (SPackageSignature)
+// for a version not below the fixed file version of the application it
+// updates (argument 3; SFileVersion), and that a delta package's base is that
+// version; a refused package fails exactly as one of the wrong size does. An
+// application without a readable version resource is not compared, but gets
+// no delta. From the download's end until the unpacking has ended the
+// temporary file is held (SFileHandle): nobody can change it between the
+// check and the unpacking.
 //
 // Closing the dialog while the worker runs stops the install at its next safe
 // point, within a second: between two blocks of the download or the local
-// copy (or during a wait on them) and between two chunks or megabytes of the
-// unpacking. The temporary file is then deleted, a file cut short by the stop
-// is removed, nothing is started, and the process exits. Only the UI thread
-// touches the controls: the worker hands over the unpacking's problem lines
-// with its failure notification, and the control pointers are cleared when
-// the window goes.
+// copy (or during a wait on them), between two blocks of the signature's
+// hash and between two chunks or megabytes of the unpacking. The temporary
+// file is then deleted, a file cut short by the stop is removed, nothing is
+// started, and the process exits. Only the UI thread touches the controls:
+// the worker hands over the unpacking's problem lines with its failure
+// notification, and the control pointers are cleared when the window goes.
 #pragma once
 
 #include <stdint.h>
@@ -70,6 +76,14 @@ private:
 
     private:
         bool Install();
+        // The checks and the unpacking of the held temporary file: its size,
+        // then Admit, then every entry into the destination folder.
+        bool Unpack(const char* temp);
+        // True when the package at temp may be installed: always for an
+        // Update.exe without a stamp; with one, only when it is signed by the
+        // stamped key, is not older than the installed application's version
+        // and, for a delta, was made from exactly that version.
+        bool Admit(const char* temp);
         // The unpacking's progress hook: false once a stop is requested.
         static bool KeepUnpacking(int thousandths, int value);
         PWndExtract* m_dialog;   // not owned: the dialog that owns this worker

@@ -6,7 +6,7 @@
 #include <string.h>
 
 #include "SSha256.h"
-#include "file/SFileMem.h"
+#include "core/SP256.h"
 #include "file/SFilePath.h"
 
 namespace {
@@ -73,6 +73,8 @@ bool PointOf(const Der& bits, const uint8_t** point)
     return true;
 }
 
+const char kNotP256[] = "the key is not a P-256 key (another curve or algorithm)";
+
 // AlgorithmIdentifier { ecPublicKey, prime256v1 }.
 bool IsP256Algorithm(const Der& algorithm)
 {
@@ -80,6 +82,17 @@ bool IsP256Algorithm(const Der& algorithm)
     Der oid, curve;
     return Expect(&p, algorithm.end, 0x06, &oid) && oid.Is(kEcPublicKeyOid, 9) &&
         Expect(&p, algorithm.end, 0x06, &curve) && curve.Is(kP256Oid, 10);
+}
+
+// The first occurrence of the text in [p, end), or null.
+const char* Find(const char* p, const char* end, const char* text)
+{
+    size_t length = strlen(text);
+    for (; p + length <= end; p++) {
+        if (memcmp(p, text, length) == 0)
+            return p;
+    }
+    return nullptr;
 }
 
 const char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -231,6 +244,10 @@ bool SEcKey::Generate()
 
 bool SEcKey::SetKey(const uint8_t* point, const uint8_t* scalar)
 {
+    // The platform's import does not check this everywhere; a key off the
+    // curve would stamp an Update.exe that refuses every package.
+    if (!SP256::IsOnCurve(point))
+        return Fail("the public point is not on the curve P-256");
     memcpy(m_point, point, 64);
     m_hasPrivate = scalar != nullptr;
     if (scalar)
@@ -285,7 +302,9 @@ bool SEcKey::LoadPem(const char* text, int length)
             : label == "PRIVATE KEY"         ? 2
             : label == "PUBLIC KEY"          ? 3
                                              : 0;
-        if (label == "ENCRYPTED PRIVATE KEY")
+        // PKCS#8 encryption has its own label; the older PEM encryption
+        // keeps the label and adds header lines to the body.
+        if (label == "ENCRYPTED PRIVATE KEY" || (kind && Find(body, bodyEnd, "Proc-Type:")))
             return Fail("the key is encrypted; write it without a pass phrase");
         if (!kind)
             continue;
@@ -308,8 +327,11 @@ bool SEcKey::LoadDer(int kind, const uint8_t* der, int size)
     end = outer.end;
     if (kind == 3) {
         const uint8_t* point;
-        if (!Expect(&p, end, 0x30, &algorithm) || !IsP256Algorithm(algorithm) ||
-            !Expect(&p, end, 0x03, &item) || !PointOf(item, &point))
+        if (!Expect(&p, end, 0x30, &algorithm))
+            return Fail("the public key's DER cannot be read");
+        if (!IsP256Algorithm(algorithm))
+            return Fail(kNotP256);
+        if (!Expect(&p, end, 0x03, &item) || !PointOf(item, &point))
             return Fail("the public key is not an uncompressed P-256 point");
         return SetKey(point, nullptr);
     }
@@ -319,7 +341,7 @@ bool SEcKey::LoadDer(int kind, const uint8_t* der, int size)
         if (!Expect(&p, end, 0x02, &item) || !Expect(&p, end, 0x30, &algorithm))
             return Fail("the PKCS#8 key's DER cannot be read");
         if (!IsP256Algorithm(algorithm))
-            return Fail("the key is not an EC key on the curve P-256");
+            return Fail(kNotP256);
         if (!Expect(&p, end, 0x04, &item))
             return Fail("the PKCS#8 key's DER cannot be read");
         p = item.data;
@@ -332,7 +354,7 @@ bool SEcKey::LoadDer(int kind, const uint8_t* der, int size)
     // ECPrivateKey: version 1, the scalar, [0] the curve, [1] the point.
     Der version, scalar;
     if (!Expect(&p, end, 0x02, &version) || version.Size() != 1 || version.data[0] != 1 ||
-        !Expect(&p, end, 0x04, &scalar) || scalar.Size() != 32)
+        !Expect(&p, end, 0x04, &scalar))
         return Fail("the EC private key's DER cannot be read");
     const uint8_t* point = nullptr;
     while (p < end) {
@@ -342,7 +364,7 @@ bool SEcKey::LoadDer(int kind, const uint8_t* der, int size)
         Der inner;
         if (item.tag == 0xA0) {
             if (!Expect(&q, item.end, 0x06, &inner) || !inner.Is(kP256Oid, 10))
-                return Fail("the key is not on the curve P-256");
+                return Fail(kNotP256);
             curveKnown = true;
         } else if (item.tag == 0xA1) {
             if (!Expect(&q, item.end, 0x03, &inner) || !PointOf(inner, &point))
@@ -351,6 +373,9 @@ bool SEcKey::LoadDer(int kind, const uint8_t* der, int size)
     }
     if (!curveKnown)
         return Fail("the key does not name its curve");
+    // Checked after the curve, which a scalar of another size stems from.
+    if (scalar.Size() != 32)
+        return Fail(kNotP256);
     if (!point)
         return Fail("the private key carries no public point");
     if (!SetKey(point, scalar.data))
@@ -366,14 +391,22 @@ bool SEcKey::LoadDer(int kind, const uint8_t* der, int size)
 bool SEcKey::LoadFile(const char* path)
 {
     Clear();
-    SFileMem file;
-    if (!file.LoadFile(path))
+    SFilePath file;
+    if (!file.Open(path, false, false, true, true))
         return Fail("the key file cannot be read");
-    if (file.Size() > kMaxKeyFile)
+    // Measured before anything is read, and the read bounded too, so that a
+    // huge file (or one growing meanwhile) costs neither memory nor time.
+    int size = file.Size();
+    if (size < 0 || size > kMaxKeyFile)
         return Fail("the key file is larger than 64 KB");
-    bool loaded = LoadPem((const char*)file.GetData(), file.Size());
+    char* text = new char[kMaxKeyFile + 1];
+    int length = file.Read(text, kMaxKeyFile + 1);
+    bool loaded = length > kMaxKeyFile ? Fail("the key file is larger than 64 KB")
+        : length < 0                   ? Fail("the key file cannot be read")
+                                       : LoadPem(text, length);
     // The file's copy of a private key is wiped before it is freed.
-    SecureZeroMemory((void*)file.GetData(), (size_t)file.Size());
+    SecureZeroMemory(text, kMaxKeyFile + 1);
+    delete[] text;
     return loaded;
 }
 
@@ -382,11 +415,24 @@ int SEcKey::LoadStamped(const char* module)
     Clear();
     HMODULE handle = module ? LoadLibraryExA(module, nullptr, LOAD_LIBRARY_AS_DATAFILE) : nullptr;
     if (module && !handle)
-        return STAMP_NONE;
-    SFileMem resource;
-    int result = STAMP_NONE;
-    if (resource.LoadResource("BINARY", STAMP_ID, handle))
-        result = LoadDer(3, resource.GetData(), resource.Size()) ? STAMP_KEY : STAMP_BAD;
+        return STAMP_BAD;
+    // Only a resource that is not there means "not stamped": any later
+    // failure must refuse packages, never let them in unchecked.
+    SetLastError(0);
+    HRSRC found = FindResourceA(handle, MAKEINTRESOURCEA(STAMP_ID), "BINARY");
+    DWORD error = GetLastError();
+    int result = STAMP_BAD;
+    if (!found) {
+        if (error == ERROR_RESOURCE_TYPE_NOT_FOUND || error == ERROR_RESOURCE_NAME_NOT_FOUND ||
+            error == ERROR_RESOURCE_LANG_NOT_FOUND || error == ERROR_RESOURCE_DATA_NOT_FOUND)
+            result = STAMP_NONE;
+    } else {
+        HGLOBAL loaded = LoadResource(handle, found);
+        const uint8_t* data = loaded ? (const uint8_t*)LockResource(loaded) : nullptr;
+        DWORD size = SizeofResource(handle, found);
+        if (data && size > 0 && size <= 4096 && LoadDer(3, data, (int)size))
+            result = STAMP_KEY;
+    }
     if (handle)
         FreeLibrary(handle);
     return result;
@@ -462,15 +508,20 @@ bool SEcKey::SignDigest(const uint8_t* digest, uint8_t* signature) const
     Provider provider;
     Key key;
     ULONG size = 0;
-    return Import(provider, m_point, m_scalar, &key) &&
+    if (!Import(provider, m_point, m_scalar, &key) ||
         BCryptSignHash(key.handle, nullptr, (PUCHAR)digest, DIGEST_SIZE, signature, SIGNATURE_SIZE,
-                       &size, 0) >= 0 &&
-        size == SIGNATURE_SIZE;
+                       &size, 0) < 0 ||
+        size != SIGNATURE_SIZE)
+        return false;
+    // Of the two equally valid signatures (r, s) and (r, n - s), the low
+    // one; checks accept no other, so a signature has exactly one form.
+    SP256::MakeLowS(signature + 32);
+    return true;
 }
 
 bool SEcKey::VerifyDigest(const uint8_t* digest, const uint8_t* signature) const
 {
-    if (!m_hasKey)
+    if (!m_hasKey || !SP256::IsLowS(signature + 32))
         return false;
     Provider provider;
     Key key;

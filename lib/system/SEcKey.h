@@ -7,7 +7,9 @@
 //   "PRIVATE KEY"     PKCS#8 holding an ECPrivateKey
 //   "PUBLIC KEY"      SubjectPublicKeyInfo
 // A private key must carry its public point (openssl and keygen write it).
-// Encrypted keys and other curves are refused. Written keys are SEC1 for the
+// Every public point is checked to lie on the curve (SP256). Encrypted keys
+// (either PEM encryption) and other curves are refused with a message saying
+// so. Written keys are SEC1 for the
 // private key and SubjectPublicKeyInfo for the public one, 64 characters a
 // line.
 //
@@ -45,12 +47,14 @@ public:
     // do not belong together; GetError then says which.
     bool LoadPem(const char* text, int length);
     // LoadPem of a file's contents; false too when it cannot be read or is
-    // larger than 64 KB.
+    // larger than 64 KB, which is found out before anything is read.
     bool LoadFile(const char* path);
     // Loads the key stamped into module (a path to an executable, or null for
-    // the running program). STAMP_NONE when there is none or the module
-    // cannot be read, STAMP_KEY when loaded, STAMP_BAD when the resource is
-    // not a valid public key (no key is held then).
+    // the running program). STAMP_NONE only when the platform says there is
+    // no such resource; STAMP_KEY when loaded; STAMP_BAD for every other
+    // outcome (the module cannot be read, the resource cannot be loaded, or
+    // is not a valid public key), which must refuse every package. No key is
+    // held unless STAMP_KEY.
     int LoadStamped(const char* module = nullptr);
     // Writes the public key into the executable at path as its stamp,
     // replacing an earlier one. False without a key or when the platform's
@@ -69,11 +73,12 @@ public:
     SString GetPrivatePem() const;
     const SString& GetError() const { return m_error; }
 
-    // Signs a SHA-256 digest: r then s, 32 bytes each, big-endian. False
-    // without a private key or when CNG refuses.
+    // Signs a SHA-256 digest: r then s, 32 bytes each, big-endian, s at most
+    // half the group order. False without a private key or when CNG refuses.
     bool SignDigest(const uint8_t* digest, uint8_t* signature) const;
-    // True when signature is this key's signature of digest; false for any
-    // other signature, or without a key.
+    // True when signature is this key's signature of digest with a low s;
+    // false for any other signature (the high-s twin of a good one too), or
+    // without a key.
     bool VerifyDigest(const uint8_t* digest, const uint8_t* signature) const;
 
 private:

@@ -1,6 +1,9 @@
 // Signed packages as whole programs: UpdatePack's keys, signatures and stamps
 // against an independent signer (Python's cryptography, tests/e2e/sign_peer.py),
-// and a stamped Update.exe installing from nginx and from a local path.
+// and a stamped Update.exe installing from nginx and from a local path: what it
+// refuses, which versions it takes, and that nobody can swap the package once
+// it has been checked.
+#include <aclapi.h>
 #include <gtest/gtest.h>
 
 #include "E2eSupport.h"
@@ -23,14 +26,19 @@ protected:
         ASSERT_TRUE(WriteFileText(m_root / "src\\data\\readme.txt", "version two"));
         ASSERT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
                               (m_root / "src\\SampleApp.exe").c_str(), FALSE));
+        DeleteFileA(Www("own.pem").c_str());
+        DeleteFileA(Www("own.pub").c_str());
         ASSERT_EQ(Pack("keygen " + Quote(Www("own.pem")) + " " + Quote(Www("own.pub"))).code, 0u);
-        ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("signed.upd")) +
-                       " --sign " + Quote(Www("own.pem")))
-                      .code,
-                  0u);
-        ASSERT_EQ(Pack("make " + Quote(m_root / "src") + " " + Quote(Www("plain.upd"))).code, 0u);
+        Done("make " + Quote(m_root / "src") + " " + Quote(Www("signed.upd")) + " --sign " +
+             Quote(Www("own.pem")));
+        Done("make " + Quote(m_root / "src") + " " + Quote(Www("plain.upd")));
         ASSERT_EQ(Peer("keygen " + Unix("py.pem") + " " + Unix("py8.pem")), 0);
+        Done("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) + " -o " +
+             Quote(m_root / "Stamped.exe"));
     }
+
+    // UpdatePack with the arguments, which must succeed.
+    void Done(const std::string& arguments) { EXPECT_EQ(Pack(arguments).code, 0u) << arguments; }
 
     PackResult Pack(const std::string& arguments)
     {
@@ -62,6 +70,8 @@ protected:
         return -1;
     }
 
+    static constexpr const char* kV1 = "281474976710656";   // 1.0.0.0 packed
+    static constexpr const char* kV2 = "562949953421312";   // 2.0.0.0 packed
     static inline TestServers s_servers;
     static inline bool s_serving = false;
     TempDir m_root {"vx sign "};
@@ -73,13 +83,13 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     const std::string signedPackage = ReadFileText(Www("signed.bin"));
     EXPECT_EQ(ReadFileText(Www("signed.upd")),
               "1.0.0.0\r\n" + std::to_string(signedPackage.size()) + "\r\n");
-    EXPECT_EQ(signedPackage.size(), ReadFileText(Www("plain.bin")).size() + 80);
+    EXPECT_EQ(signedPackage.size(), ReadFileText(Www("plain.bin")).size() + 100);
     // Our signature and our key in the other implementation.
     EXPECT_EQ(Peer("verify " + Unix("signed.bin") + " " + Unix("own.pem")), 0);
     EXPECT_EQ(Peer("verify " + Unix("signed.bin") + " " + Unix("py.pem")), 1);
     // Its keys (SEC1 and PKCS#8) and signatures here.
     ASSERT_TRUE(CopyFileA(Www("plain.bin").c_str(), Www("peer.bin").c_str(), FALSE));
-    ASSERT_EQ(Peer("sign " + Unix("peer.bin") + " " + Unix("py8.pem")), 0);
+    ASSERT_EQ(Peer("sign " + Unix("peer.bin") + " " + Unix("py8.pem") + " " + kV1), 0);
     for (const char* key : {"py.pem", "py8.pem"})
         EXPECT_EQ(Pack("verify " + Quote(Www("peer.bin")) + " --key " + Quote(Www(key))).code, 0u)
             << key;
@@ -90,30 +100,33 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     EXPECT_EQ(Peer("verify " + Unix("plain.bin") + " " + Unix("py8.pem")), 0);
     EXPECT_EQ(ReadFileText(Www("plain.upd")), ReadFileText(Www("signed.upd")));
 
-    // A signed package is signed again only when asked; a key is never overwritten.
-    PackResult again = Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")));
-    EXPECT_EQ(again.code, 1u);
-    EXPECT_EQ(
-        Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")) + " --resign").code,
-        0u);
-    EXPECT_EQ(Pack("verify " + Quote(Www("plain.bin")) + " --key " + Quote(Www("own.pub"))).code,
-              0u);
-    const std::string key = ReadFileText(Www("own.pem"));
-    EXPECT_EQ(Pack("keygen " + Quote(Www("own.pem"))).code, 1u);
-    EXPECT_EQ(ReadFileText(Www("own.pem")), key);
-    // Signing needs the private key.
-    EXPECT_EQ(
-        Pack("sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pub")) + " --resign").code,
-        1u);
+    // A stamp that is there but holds no key.
+    ASSERT_TRUE(CopyFileA((BinDir() + "Update.exe").c_str(), (m_root / "Bad.exe").c_str(), FALSE));
+    HANDLE update = BeginUpdateResourceA((m_root / "Bad.exe").c_str(), FALSE);
+    ASSERT_TRUE(update && UpdateResourceA(update, "BINARY", MAKEINTRESOURCEA(152), 0, &update, 8) &&
+                EndUpdateResourceA(update, FALSE));
 
-    // The stamped Update.exe.
-    ASSERT_EQ(Pack("stamp " + Quote(BinDir() + "Update.exe") + " " + Quote(Www("own.pub")) +
-                   " -o " + Quote(m_root / "Stamped.exe"))
-                  .code,
-              0u);
     const std::string good = ReadFileText(Www("signed.bin"));
     ASSERT_TRUE(CopyFileA(Www("unsigned.bin").c_str(), Www("own-peer.bin").c_str(), FALSE));
-    ASSERT_EQ(Peer("sign " + Unix("own-peer.bin") + " " + Unix("own.pem")), 0);
+    ASSERT_EQ(Peer("sign " + Unix("own-peer.bin") + " " + Unix("own.pem") + " " + kV2), 0);
+    // Signed for other versions and bases: by the other signer (its command,
+    // and what follows the key) or by sign (its options).
+    const char* const signs[][3] = {
+        {"high-s.bin", "sign", " 562949953421312 --high-s"},
+        {"old-trailer.bin", "sign-old", ""},
+        {"older.bin", nullptr, " --version 0.9"},
+        {"delta-other.bin", nullptr, " --version 2 --base 1.5"},
+        {"delta.bin", nullptr, " --version 2 --base 1.0"},
+    };
+    for (const auto& sign : signs) {
+        ASSERT_TRUE(CopyFileA(Www("unsigned.bin").c_str(), Www(sign[0]).c_str(), FALSE));
+        if (!sign[1])
+            Done("sign " + Quote(Www(sign[0])) + " " + Quote(Www("own.pem")) + sign[2]);
+        else
+            EXPECT_EQ(
+                Peer(std::string(sign[1]) + " " + Unix(sign[0]) + " " + Unix("own.pem") + sign[2]),
+                0);
+    }
     // Variants of the signed package: each must be refused by verify --key
     // and by the stamped Update.exe, without a crash or a hang.
     auto flip = [&](size_t at) {
@@ -126,67 +139,207 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         {"ignored header byte", flip(5)},
         {"entry byte", flip(good.size() / 2)},
         {"signature byte", flip(good.size() - 40)},
-        {"key id byte", flip(good.size() - 70)},
-        {"magic byte", flip(good.size() - 80)},
+        {"key id byte", flip(good.size() - 90)},
+        {"magic byte", flip(good.size() - 100)},
+        {"version byte", flip(good.size() - 87)},
+        {"flags byte", flip(good.size() - 80)},
+        {"base byte of a full package", flip(good.size() - 70)},
         {"trailer cut", good.substr(0, good.size() - 10)},
         {"huge length", length(0xFFFFFFFF)},
         {"length past the start", length((uint32_t)good.size() + 8)},
         {"trailer longer than the file", good.substr(good.size() - 50)},
     };
-    struct Run {
-        std::string file, dir;
-        bool local = false, stamped = true, accept = false;
-        Process updater;
-    } runs[14];
-    int count = 0;
+    // Refused, and accepted (an application without a version resource has
+    // no rollback check, but takes no delta).
+    struct Case {
+        std::string file;
+        bool accept = false, local = false;
+        int stamp = 1;   // Update.exe, Stamped.exe, Bad.exe
+        bool unversioned = false;
+        bool holds = false;   // the signature itself holds
+        std::string dir = "";
+    };
+    std::vector<Case> runs = {
+        {"unsigned.bin"},
+        {"peer.bin"},   // signed by another key
+        {"high-s.bin", false, true},
+        {"old-trailer.bin"},
+        {"older.bin", false, true, true, false, true},
+        {"delta-other.bin", false, false, true, false, true},
+        {"delta.bin", false, false, true, true, true},
+        {"own-peer.bin", true},           // newer, by the other signer
+        {"signed.bin", true, true},       // the same version
+        {"signed.bin", true, false, 0},   // an Update.exe without a key
+        {"signed.bin", false, false, 2, false, true},
+        {"unsigned.bin", false, true, 2},
+        {"delta.bin", true, true},
+        {"older.bin", true, false, true, true},
+    };
     for (const auto& variant : variants) {
-        runs[count].file = std::string("bad ") + variant.first + ".bin";
-        ASSERT_TRUE(WriteFileText(Www(runs[count++].file.c_str()), variant.second));
+        runs.push_back({std::string("bad ") + variant.first + ".bin"});
+        ASSERT_TRUE(WriteFileText(Www(runs.back().file.c_str()), variant.second));
     }
-    runs[count++].file = "unsigned.bin";
-    runs[count++].file = "peer.bin";   // signed by another key
-    // Accepted: signed by the key, from nginx (by the other signer) and from
-    // a local path; and an Update.exe without a key takes a signed package.
-    for (int kind = 0; kind < 3; kind++) {
-        runs[count].file = kind ? "signed.bin" : "own-peer.bin";
-        runs[count].local = kind == 1;
-        runs[count].stamped = kind != 2;
-        runs[count++].accept = true;
-    }
-    for (int i = 0; i < count; i++) {
-        Run& run = runs[i];
+    Process updaters[26];
+    for (size_t i = 0; i < runs.size(); i++) {
+        Case& run = runs[i];
         const std::string package = Www(run.file.c_str());
         SCOPED_TRACE(run.file);
         if (!run.accept) {
             PackResult verified =
                 Pack("verify " + Quote(package) + " --key " + Quote(Www("own.pub")));
-            EXPECT_EQ(verified.code, 1u) << verified.out << verified.err;
+            EXPECT_EQ(verified.code, run.holds ? 0u : 1u) << verified.out << verified.err;
         }
         run.dir = m_root / ("app" + std::to_string(i) + "\\").c_str();
-        ASSERT_TRUE(
-            PrepareApp(run.dir, run.stamped ? m_root / "Stamped.exe" : BinDir() + "Update.exe"));
-        ASSERT_TRUE(StartUpdate(&run.updater, run.dir, std::to_string(ReadFileText(package).size()),
+        const std::string exes[] = {BinDir() + "Update.exe", m_root / "Stamped.exe",
+                                    m_root / "Bad.exe"};
+        ASSERT_TRUE(PrepareApp(run.dir, exes[run.stamp]));
+        ASSERT_TRUE(!run.unversioned ||
+                    CopyFileA((BinDir() + "vx_sleeper.exe").c_str(),
+                              (run.dir + "SampleApp.exe").c_str(), FALSE));
+        ASSERT_TRUE(StartUpdate(&updaters[i], run.dir, std::to_string(ReadFileText(package).size()),
                                 run.local ? package : s_servers.Nginx(run.file)));
     }
-    for (int i = 0; i < count; i++) {
-        Run& run = runs[i];
-        SCOPED_TRACE(run.file + (run.local ? " local" : run.stamped ? "" : " unstamped"));
+    for (size_t i = 0; i < runs.size(); i++) {
+        Case& run = runs[i];
+        SCOPED_TRACE(run.file + " in app" + std::to_string(i));
         if (run.accept) {
-            EXPECT_TRUE(run.updater.Wait(60000)) << "Update.exe did not finish";
+            EXPECT_TRUE(updaters[i].Wait(60000)) << "Update.exe did not finish";
             EXPECT_EQ(ReadFileText(run.dir + "data\\readme.txt"), "version two");
             EXPECT_TRUE(WaitForFileText(run.dir + "SampleApp.log", "started 2.0.0.0", 20000));
         } else {
-            HWND dialog = WaitForProcessWindow(run.updater.Id(), "Update", 30000);
+            HWND dialog = WaitForProcessWindow(updaters[i].Id(), "Update", 30000);
             ASSERT_NE(dialog, nullptr);
             EXPECT_TRUE(WaitForChildText(dialog, "Failed.", 30000))
                 << "label never read \"Failed.\"";
             PostMessageA(dialog, WM_CLOSE, 0, 0);
-            EXPECT_TRUE(run.updater.Wait(20000));
+            EXPECT_TRUE(updaters[i].Wait(20000));
             EXPECT_FALSE(FileExists(run.dir + "data\\readme.txt"));
             EXPECT_FALSE(FileExists(run.dir + "SampleApp.log")) << "something was started";
         }
         EXPECT_EQ(CountFiles(run.dir + "temp\\"), 0) << "the temporary file was left behind";
     }
+}
+
+// A second process (this test) waits until a stamped Update.exe unpacks, then
+// keeps trying to overwrite its temporary file with an unsigned package.
+TEST_F(UpdateSign, NobodyCanSwapThePackageBetweenItsCheckAndItsUnpacking)
+{
+    // A large entry keeps the unpacking busy; the forged one differs in every
+    // chunk.
+    std::string big(48 << 20, '\0'), forged(big.size(), '\0');
+    uint32_t state = 1;
+    for (size_t i = 0; i < big.size(); i++) {
+        state = state * 1664525u + 1013904223u;
+        big[i] = (char)(state >> 24);
+        forged[i] = (char)(state >> 16);
+    }
+    ASSERT_TRUE(WriteFileText(m_root / "src\\big.bin", big));
+    Done("make " + Quote(m_root / "src") + " " + Quote(Www("big.upd")) + " --version 2 --sign " +
+         Quote(Www("own.pem")));
+    ASSERT_TRUE(WriteFileText(m_root / "src\\big.bin", forged));
+    Done("make " + Quote(m_root / "src") + " " + Quote(Www("forged.upd")));
+    const std::string forgedPackage = ReadFileText(Www("forged.bin"));
+    const std::string size = std::to_string(ReadFileText(Www("big.bin")).size());
+
+    for (bool local : {true, false}) {
+        SCOPED_TRACE(local ? "local" : "nginx");
+        const std::string dir = m_root / (local ? "local\\" : "http\\");
+        Process updater;
+        ASSERT_TRUE(PrepareApp(dir, m_root / "Stamped.exe"));
+        ASSERT_TRUE(
+            StartUpdate(&updater, dir, size, local ? Www("big.bin") : s_servers.Nginx("big.bin")));
+        // A write can land in the moment between the unpacking's end and the
+        // deletion; only what is installed tells.
+        int denied = 0;
+        WIN32_FIND_DATAA found;
+        for (DWORD start = GetTickCount(); updater.IsRunning() && GetTickCount() - start < 90000;
+             Sleep(1)) {
+            HANDLE find = FindFirstFileA((dir + "temp\\tmp*").c_str(), &found), file;
+            if (find == INVALID_HANDLE_VALUE || !FindClose(find) || !FileExists(dir + "big.bin"))
+                continue;
+            file = CreateFileA((dir + "temp\\" + found.cFileName).c_str(), GENERIC_WRITE,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                               OPEN_EXISTING, 0, nullptr);
+            DWORD count = 0;
+            denied += file == INVALID_HANDLE_VALUE;
+            if (file != INVALID_HANDLE_VALUE)
+                WriteFile(file, forgedPackage.data(), (DWORD)forgedPackage.size(), &count, nullptr);
+            CloseHandle(file);
+        }
+        EXPECT_TRUE(updater.Wait(30000));
+        EXPECT_GT(denied, 0) << "the attack never ran during the unpacking";
+        EXPECT_TRUE(ReadFileText(dir + "big.bin") == big)
+            << "what was installed is not what was signed";
+        EXPECT_EQ(CountFiles(dir + "temp\\"), 0);
+    }
+}
+
+// Keys are checked when loaded and named in the refusal; a release key is
+// never overwritten; a stamp is not replaced by accident.
+TEST_F(UpdateSign, KeysAreCheckedOnLoadAndNeverLost)
+{
+    ASSERT_EQ(Peer("keys " + Unix("")), 0);
+    const std::string key = ReadFileText(Www("own.pem"));
+    const std::string stamped = Quote(m_root / "Stamped.exe");
+    const std::string pkg = " " + Quote(Www("signed.bin")) + " --key ";
+    const struct {
+        std::string arguments;
+        const char* says;   // in stderr when refused, in stdout otherwise
+        DWORD code;
+    } rows[] = {
+        {"stamp " + stamped + " " + Quote(Www("offcurve.pub")), "not on the curve P-256", 1},
+        {"verify" + pkg + Quote(Www("offcurve.pub")), "not on the curve P-256", 1},
+        {"verify" + pkg + Quote(Www("p384.pem")), "not a P-256 key", 1},
+        {"verify" + pkg + Quote(Www("p384.pub")), "not a P-256 key", 1},
+        {"verify" + pkg + Quote(Www("enc8.pem")), "encrypted", 1},
+        {"verify" + pkg + Quote(Www("encold.pem")), "encrypted", 1},
+        {"verify" + pkg + Quote(Www("huge.pem")), "larger than 64 KB", 1},
+        {"keygen " + Quote(Www("new.pem")) + " " + Quote(Www("own.pem")), "exists", 1},
+        {"keygen " + Quote(Www("own.pem")) + " " + Quote(Www("new.pub")), "exists", 1},
+        {"keygen " + Quote(Www("same.pem")) + " " + Quote(s_servers.Www() + "x\\..\\SAME.PEM"),
+         "same file", 1},
+        {"keygen " + Quote(Www("fresh.pem")), "readable by its owner only", 0},
+        {"make " + Quote(m_root / "src") + " v.upd --version 1.x --sign " + Quote(Www("own.pem")),
+         "\"1.x\" is not a version", 1},
+        {"verify" + pkg + Quote(Www("mismatch.pem")), "do not belong together", 1},
+        {"verify" + pkg + Quote(Www("py.pem")), "; not by the given key", 1},
+        // A signed package is signed again only when asked, and only with a private key.
+        {"sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")), "signed by key", 0},
+        {"sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")), "--resign", 1},
+        {"sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pem")) + " --resign", "", 0},
+        {"sign " + Quote(Www("plain.bin")) + " " + Quote(Www("own.pub")) + " --resign",
+         "only a public key", 1},
+        {"stamp " + stamped + " " + Quote(Www("py.pem")), "--restamp", 1},
+        {"stamp " + stamped + " " + Quote(Www("py.pem")) + " --restamp", "holds key", 0},
+        {"stamp " + stamped + " " + Quote(Www("py.pem")), "holds key", 0},
+    };
+    for (const auto& row : rows) {
+        PackResult result = Pack(row.arguments);
+        const std::string what = row.arguments + "\n" + result.out + result.err;
+        EXPECT_EQ(result.code, row.code) << what;
+        EXPECT_NE((row.code ? result.err : result.out).find(row.says), std::string::npos) << what;
+    }
+    PackResult big = Pack("verify" + pkg + Quote(Www("huge.pem")) + " --stats");
+    size_t peak = big.err.find("peak working set: ");
+    ASSERT_NE(peak, std::string::npos) << big.err;
+    EXPECT_LT(atoi(big.err.c_str() + peak + 18), 65536) << "KB: the key file was read";
+    EXPECT_EQ(ReadFileText(Www("own.pem")), key);
+    for (const char* name : {"new.pem", "new.pub", "same.pem"})
+        EXPECT_FALSE(FileExists(Www(name))) << name;
+    // The private key's access list grants other users nothing.
+    PACL list = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    ASSERT_EQ(GetNamedSecurityInfoA(Www("fresh.pem").c_str(), SE_FILE_OBJECT,
+                                    DACL_SECURITY_INFORMATION, nullptr, nullptr, &list, nullptr,
+                                    &descriptor),
+              (DWORD)ERROR_SUCCESS);
+    for (int i = 0; list && i < list->AceCount; i++) {
+        ACCESS_ALLOWED_ACE* ace = nullptr;
+        GetAce(list, i, (void**)&ace);
+        for (auto others : {WinWorldSid, WinBuiltinUsersSid, WinAuthenticatedUserSid})
+            EXPECT_FALSE(IsWellKnownSid(&ace->SidStart, others)) << "entry " << i;
+    }
+    LocalFree(descriptor);
 }
 
 }   // namespace

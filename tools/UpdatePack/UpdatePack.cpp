@@ -6,6 +6,8 @@
 #include <windows.h>
 
 #include <psapi.h>
+
+#include <initializer_list>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -20,6 +22,7 @@
 #include "core/SStringArray.h"
 #include "core/SVersion.h"
 #include "file/SDisk.h"
+#include "file/SFileHandle.h"
 #include "file/SFilePath.h"
 #include "file/SPath.h"
 #include "file/SResource.h"
@@ -46,32 +49,42 @@ const char kUsageText[] =
     "      any text, which applications never see as newer.\n"
     "      --updater EXE adds EXE as Update.exe.next, which replaces Update.exe\n"
     "      at the application's next start (the updater's own update).\n"
-    "      With --sign the package is signed with the private key in KEY.pem.\n"
+    "      With --sign the package is signed with the private key in KEY.pem\n"
+    "      for the version, which must then be 1 to 4 dot-separated numbers,\n"
+    "      each at most 65535; so is each delta, for its base version too.\n"
     "      Each --since names an earlier release's description, its package\n"
     "      beside it: a delta package TITLE-from-OLDVERSION.bin beside DESC.upd\n"
     "      then holds the files that changed or were added since, and DESC.upd\n"
     "      lists it on a line \"from OLDVERSION SIZE FILE\" after the two lines.\n"
     "  list PKG\n"
-    "      Shows the package's mode and each entry's data length (as stored),\n"
-    "      unpacked size and name.\n"
+    "      Shows the package's mode, its signature (full or delta, version,\n"
+    "      base) and each entry's data length (as stored), unpacked size and\n"
+    "      name.\n"
     "  extract PKG DEST\n"
     "      Unpacks every entry into the folder DEST and names each that failed.\n"
     "  verify PKG [--key PUBLIC.pem]\n"
     "      Checks every record, chunk and zlib stream of the package; names the\n"
-    "      first bad entry. Tells whether it is signed and by which key; with\n"
-    "      --key checks the signature, and an unsigned package or one not signed\n"
-    "      by that key fails.\n"
+    "      first bad entry. Tells whether it is signed, by which key, for which\n"
+    "      version and whether it is full or a delta (and its base); with --key\n"
+    "      checks the signature, and an unsigned package or one not signed by\n"
+    "      that key fails.\n"
     "  keygen KEY.pem [PUBLIC.pem]\n"
-    "      Makes a P-256 key: the private key goes to KEY.pem only (never\n"
-    "      overwritten), the public key to PUBLIC.pem and to stdout.\n"
-    "  sign PKG KEY.pem [--resign]\n"
-    "      Signs an existing package in place; an already signed one only with\n"
-    "      --resign. A description file beside it (same title, .upd) that gave\n"
-    "      the old size gets the new one.\n"
-    "  stamp Update.exe KEY.pem [-o OUT.exe]\n"
+    "      Makes a P-256 key: the private key goes to KEY.pem only, readable by\n"
+    "      its owner only where the file system allows; the public key to\n"
+    "      PUBLIC.pem and to stdout. Refuses when either file exists or both\n"
+    "      name the same file.\n"
+    "  sign PKG KEY.pem [--version V] [--base B] [--resign]\n"
+    "      Signs an existing package in place for version V (default: the\n"
+    "      version in the description file beside it, same title, .upd); with\n"
+    "      --base as a delta that applies only over version B. An already\n"
+    "      signed package only with --resign. A description file that gave the\n"
+    "      old size gets the new one.\n"
+    "  stamp Update.exe KEY.pem [-o OUT.exe] [--restamp]\n"
     "      Writes the public key of KEY.pem (public or private) into Update.exe,\n"
     "      or into a copy OUT.exe; that Update.exe then installs only packages\n"
-    "      signed by the key. Stamp before Authenticode signing.\n"
+    "      signed by the key, for a version not below the installed one. One\n"
+    "      stamped with another key is stamped again only with --restamp.\n"
+    "      Stamp before Authenticode signing.\n"
     "\n"
     "  --stats   prints the peak working set when done\n"
     "  --help    prints this text\n"
@@ -156,6 +169,29 @@ bool LoadKey(SEcKey* key, const char* path, bool needPrivate)
         return false;
     }
     return true;
+}
+
+// Takes a version to sign, naming it when it is not one.
+bool ParseVersion(const char* text, SVersion* version)
+{
+    if (version->Parse(text))
+        return true;
+    Error("\"%s\" is not a version a package can be signed for: 1 to 4 dot-separated numbers, "
+          "each at most 65535",
+          text);
+    return false;
+}
+
+// One line on what the signature covers: full or delta, version and base.
+SString Covers(const SPackageSignature& signature)
+{
+    SString text;
+    if (signature.GetBase())
+        text.Format("delta from %s to version %s", signature.GetBase()->GetText().Text(),
+                    signature.GetVersion().GetText().Text());
+    else
+        text.Format("full package of version %s", signature.GetVersion().GetText().Text());
+    return text;
 }
 
 bool WriteText(const char* path, const SString& text)
@@ -275,10 +311,11 @@ bool LoadDeltas(PDeltaPackage* deltas, const char* const* since, int count, cons
 
 // Writes the delta beside desc, with the updater's own update when one is
 // given (users of the old release need it as much as everyone else), signs
-// it with key when one is loaded, prints what it holds and adds its line to
-// lines.
+// it with key for version when one is loaded, prints what it holds and adds
+// its line to lines.
 bool WriteDelta(PDeltaPackage& delta, const SString& root, const SStringArray& names,
-                const SString& desc, const char* updater, const SEcKey& key, SString* lines)
+                const SString& desc, const char* updater, const SEcKey& key,
+                const SVersion& version, SString* lines)
 {
     const SString path = delta.PathFor(desc);
     bool written = delta.Compare(root, names) && delta.Write(root, path.Text(), ShowProgress);
@@ -295,8 +332,13 @@ bool WriteDelta(PDeltaPackage& delta, const SString& root, const SStringArray& n
             return false;
         }
     }
+    // A signed delta names its base: only an application of that version
+    // takes it.
     SPackageSignature signature;
-    if (key.HasKey() && !signature.Sign(path.Text(), key)) {
+    SVersion base;
+    if (key.HasKey() &&
+        (!base.Parse(delta.GetFrom().Text()) ||
+         !signature.Sign(path.Text(), key, version, &base))) {
         Error("Cannot sign %s", path.Text());
         return false;
     }
@@ -327,7 +369,8 @@ int Make(const char* folderText, const char* descText, const char* version, cons
 {
     _PTimer timer;
     SEcKey key;
-    if (keyPath && !LoadKey(&key, keyPath, true))
+    SVersion signedVersion;
+    if (keyPath && (!ParseVersion(version, &signedVersion) || !LoadKey(&key, keyPath, true)))
         return kFailed;
     SDisk disk;
     SPath folder;
@@ -409,7 +452,7 @@ int Make(const char* folderText, const char* descText, const char* version, cons
         return kFailed;
     }
     SPackageSignature signature;
-    if (key.HasKey() && !signature.Sign(package.Text(), key)) {
+    if (key.HasKey() && !signature.Sign(package.Text(), key, signedVersion, nullptr)) {
         Error("Cannot sign %s", package.Text());
         return kFailed;
     }
@@ -417,7 +460,7 @@ int Make(const char* folderText, const char* descText, const char* version, cons
     SString deltaLines;
     for (int i = 0; i < sinceCount; i++) {
         if (!WriteDelta(deltas[i], root, writer.GetIndex().GetNames(), desc.Full(), updater, key,
-                        &deltaLines))
+                        signedVersion, &deltaLines))
             return kFailed;
     }
 
@@ -434,7 +477,7 @@ int Make(const char* folderText, const char* descText, const char* version, cons
     description.Close();
     printf("%s\n%s\n", package.Text(), desc.Full().Text());
     if (key.HasKey())
-        printf("signed by key %s\n", key.GetIdText().Text());
+        printf("signed by key %s, %s\n", key.GetIdText().Text(), Covers(signature).Text());
     if (updater)
         printf("%s added as %s\n", updater, kNextUpdater);
     Summary(added, bytesIn, size, timer.Seconds());
@@ -456,8 +499,14 @@ int List(const char* path)
         return kFailed;
     SFilePath file(path, false, false, true);
     const SResourceIndex& index = package.GetIndex();
-    printf("mode: %s\n%10s  %10s  %s\n", package.IsCompressed() ? "compressed" : "stored", "stored",
-           "unpacked", "name");
+    printf("mode: %s\n", package.IsCompressed() ? "compressed" : "stored");
+    SPackageSignature signature;
+    if (signature.Read(path) && signature.IsSigned())
+        printf("signed by key %s, %s\n", SEcKey::IdText(signature.GetKeyId()).Text(),
+               Covers(signature).Text());
+    else
+        printf("not signed\n");
+    printf("%10s  %10s  %s\n", "stored", "unpacked", "name");
     int64_t total = 0, unpacked = 0;
     for (int i = 0; i < index.GetCount(); i++) {
         // A stored or empty entry unpacks to its data; a compressed one to
@@ -535,7 +584,7 @@ int Verify(const char* path, const char* keyPath)
     Summary(check.GetEntryCount(), file.Size(), check.GetRawBytes(), timer.Seconds());
     file.Close();
 
-    const SString id = SEcKey::IdText(signature.GetKeyId());
+    SString id = SEcKey::IdText(signature.GetKeyId()) + ", " + Covers(signature);
     if (!signature.IsSigned()) {
         if (!keyPath) {
             printf("%s: not signed\n", path);
@@ -553,11 +602,11 @@ int Verify(const char* path, const char* keyPath)
         printf("%s: signed by key %s; the signature holds\n", path, id.Text());
         return kOk;
     case SPackageSignature::OTHER_KEY:
-        Error("%s: signed by key %s, not by the given key %s", path, id.Text(),
+        Error("%s: signed by key %s; not by the given key %s", path, id.Text(),
               key.GetIdText().Text());
         return kFailed;
     case SPackageSignature::BAD_SIGNATURE:
-        Error("%s: signed by key %s, but the signature does not hold: the file has changed", path,
+        Error("%s: signed by key %s; but the signature does not hold: the file has changed", path,
               id.Text());
         return kFailed;
     default:
@@ -566,12 +615,31 @@ int Verify(const char* path, const char* keyPath)
     }
 }
 
+// Writes text into a file that must not exist yet.
+bool WriteNew(const char* path, const SString& text, bool ownerOnly, bool* restricted)
+{
+    SFileHandle file;
+    bool written = file.CreateNew(path, ownerOnly) && file.Write(text.Text(), text.GetLength());
+    *restricted = file.IsOwnerOnly();
+    return file.Close() && written;
+}
+
 int Keygen(const char* keyPath, const char* publicPath)
 {
     SDisk disk;
-    if (disk.Exists(keyPath)) {
-        Error("%s exists; keygen never overwrites a key", keyPath);
+    SPath key1, key2;
+    key1.Set(keyPath);
+    if (publicPath && key2.Set(publicPath) != SPATH_INVALID &&
+        _stricmp(key1.Full().Text(), key2.Full().Text()) == 0) {
+        Error("%s and %s are the same file; the private and the public key need one each", keyPath,
+              publicPath);
         return kFailed;
+    }
+    for (const char* path : {keyPath, publicPath}) {
+        if (path && disk.Exists(path)) {
+            Error("%s exists; keygen never overwrites a file", path);
+            return kFailed;
+        }
     }
     SEcKey key;
     if (!key.Generate()) {
@@ -579,18 +647,25 @@ int Keygen(const char* keyPath, const char* publicPath)
         return kFailed;
     }
     SString pem = key.GetPrivatePem();
-    bool written = WriteText(keyPath, pem);
+    bool restricted = false;
+    // Created new, so a file that appeared since the check is left alone.
+    bool written = WriteNew(keyPath, pem, true, &restricted);
     SecureZeroMemory(pem.GetBuffer(), (size_t)pem.GetLength());
     if (!written) {
-        Error("Cannot write %s", keyPath);
-        disk.Remove(keyPath);
+        Error("Cannot create %s (it may exist by now)", keyPath);
         return kFailed;
     }
     const SString publicPem = key.GetPublicPem();
-    if (publicPath && !WriteText(publicPath, publicPem)) {
-        Error("Cannot write %s", publicPath);
+    bool ignored;
+    if (publicPath && !WriteNew(publicPath, publicPem, false, &ignored)) {
+        Error("Cannot create %s (it may exist by now); the private key is in %s", publicPath,
+              keyPath);
         return kFailed;
     }
+    if (restricted)
+        printf("%s: readable by its owner only\n", keyPath);
+    else
+        printf("%s: the file system keeps no owner-only access; protect it yourself\n", keyPath);
     printf("key %s\n%s", key.GetIdText().Text(), publicPem.Text());
     return kOk;
 }
@@ -621,10 +696,36 @@ void UpdateDescription(const char* package, int oldSize, int newSize)
         Error("Cannot write %s", desc.Text());
 }
 
-int Sign(const char* path, const char* keyPath, bool resign)
+// The version in the description file beside package (same title, .upd);
+// empty when there is none.
+SString DescribedVersion(const char* package)
 {
+    SPath path;
+    path.Set(package);
+    SFilePath file((path.Parent() + path.Title() + ".upd").Text(), false, false, true);
+    SString version;
+    if (!file.IsOpen() || !file.ReadLine(version))
+        version.Empty();
+    return version;
+}
+
+int Sign(const char* path, const char* keyPath, const char* versionText, const char* baseText,
+         bool resign)
+{
+    SString described;
+    if (!versionText) {
+        described = DescribedVersion(path);
+        if (described.IsEmpty()) {
+            Error("%s has no description file beside it to take the version from; give --version",
+                  path);
+            return kFailed;
+        }
+        versionText = described.Text();
+    }
+    SVersion version, base;
     SEcKey key;
-    if (!LoadKey(&key, keyPath, true))
+    if (!ParseVersion(versionText, &version) || (baseText && !ParseVersion(baseText, &base)) ||
+        !LoadKey(&key, keyPath, true))
         return kFailed;
     SPackageSignature signature;
     SResource package;
@@ -639,12 +740,13 @@ int Sign(const char* path, const char* keyPath, bool resign)
     }
     int oldSize = signature.GetPackageSize() +
         (signature.IsSigned() ? (int)SPackageSignature::TRAILER_SIZE : 0);
-    if (!signature.Sign(path, key)) {
+    if (!signature.Sign(path, key, version, baseText ? &base : nullptr)) {
         Error("Cannot sign %s", path);
         return kFailed;
     }
     int newSize = signature.GetPackageSize() + SPackageSignature::TRAILER_SIZE;
-    printf("%s: signed by key %s, %d bytes\n", path, key.GetIdText().Text(), newSize);
+    printf("%s: signed by key %s, %s, %d bytes\n", path, key.GetIdText().Text(),
+           Covers(signature).Text(), newSize);
     UpdateDescription(path, oldSize, newSize);
     return kOk;
 }
@@ -669,7 +771,7 @@ bool HasAuthenticode(const char* path)
     return le32(directories + 4 * 8 + 4) != 0;
 }
 
-int Stamp(const char* exe, const char* keyPath, const char* outPath)
+int Stamp(const char* exe, const char* keyPath, const char* outPath, bool restamp)
 {
     SEcKey key;
     if (!LoadKey(&key, keyPath, false))
@@ -683,6 +785,18 @@ int Stamp(const char* exe, const char* keyPath, const char* outPath)
         Error("%s carries an Authenticode signature, which a stamp would break: stamp the "
               "unsigned build, then sign it",
               exe);
+        return kFailed;
+    }
+    // Stamping over another key would strand the packages signed for it.
+    SEcKey old;
+    int previous = old.LoadStamped(exe);
+    if (previous == SEcKey::STAMP_BAD && !restamp) {
+        Error("%s holds a stamp that cannot be read, or is no program; --restamp replaces it", exe);
+        return kFailed;
+    }
+    if (previous == SEcKey::STAMP_KEY && !restamp && old.GetIdText() != key.GetIdText()) {
+        Error("%s holds key %s already, not key %s; --restamp replaces it", exe,
+              old.GetIdText().Text(), key.GetIdText().Text());
         return kFailed;
     }
     const char* target = outPath ? outPath : exe;
@@ -723,7 +837,8 @@ int Run(int argc, char** argv)
     int sinceCount = 0;
     const char* updater = nullptr;   // make --updater
     bool anyVersion = false;         // make --any-version
-    bool resign = false;
+    const char* base = nullptr;      // sign --base
+    bool resign = false, restamp = false;
     bool stats = false;
     for (int i = 1; i < argc; i++) {
         const char* arg = argv[i];
@@ -736,6 +851,7 @@ int Run(int argc, char** argv)
             : !strcmp(arg, "--key")                    ? &checkKey
             : !strcmp(arg, "-o")                       ? &output
             : !strcmp(arg, "--updater")                ? &updater
+            : !strcmp(arg, "--base")                   ? &base
                                                        : nullptr;
         if (value) {
             if (++i >= argc) {
@@ -756,6 +872,8 @@ int Run(int argc, char** argv)
             resign = true;
         } else if (!strcmp(arg, "--any-version")) {
             anyVersion = true;
+        } else if (!strcmp(arg, "--restamp")) {
+            restamp = true;
         } else if (arg[0] == '-' && arg[1] == '-') {
             SString problem;
             problem.Format("unknown option %s", arg);
@@ -771,10 +889,14 @@ int Run(int argc, char** argv)
 
     const char* command = args[0];
     auto is = [command](const char* name) { return strcmp(command, name) == 0; };
-    if ((version || signKey || updater || anyVersion || sinceCount) && !is("make"))
-        return Usage("--version, --any-version, --updater, --sign and --since belong to make");
-    if ((checkKey && !is("verify")) || (resign && !is("sign")) || (output && !is("stamp")))
-        return Usage("--key belongs to verify, --resign to sign, -o to stamp");
+    if ((signKey || updater || anyVersion || sinceCount) && !is("make"))
+        return Usage("--any-version, --updater, --sign and --since belong to make");
+    if (version && !is("make") && !is("sign"))
+        return Usage("--version belongs to make and sign");
+    if ((checkKey && !is("verify")) || ((resign || base) && !is("sign")) ||
+        ((output || restamp) && !is("stamp")))
+        return Usage("--key belongs to verify, --resign and --base to sign, -o and --restamp to "
+                     "stamp");
     int result;
     if (is("make") && count == 3)
         result = CheckMakeArguments(args[1], args[2], version, anyVersion, updater) != kOk
@@ -790,9 +912,9 @@ int Run(int argc, char** argv)
     else if (is("keygen") && (count == 2 || count == 3))
         result = Keygen(args[1], count == 3 ? args[2] : nullptr);
     else if (is("sign") && count == 3)
-        result = Sign(args[1], args[2], resign);
+        result = Sign(args[1], args[2], version, base, resign);
     else if (is("stamp") && count == 3)
-        result = Stamp(args[1], args[2], output);
+        result = Stamp(args[1], args[2], output, restamp);
     else if (is("make") || is("list") || is("extract") || is("verify") || is("keygen") ||
              is("sign") || is("stamp"))
         return Usage("wrong number of arguments");
