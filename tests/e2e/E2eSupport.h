@@ -205,6 +205,17 @@ inline HWND WaitForProcessWindow(DWORD processId, const char* title, DWORD timeo
     return window;
 }
 
+// Writes a stored package at path whose one entry, name, is a hole of bytes
+// in the file (it takes no disk space). Returns the package's size.
+inline uint64_t WriteHolePackage(const std::string& path, const char* name, uint32_t bytes)
+{
+    std::ofstream out(path, std::ios::binary);
+    out.write("SRES\0\0\0\0", 8).write((const char*)&bytes, 4).write(name, strlen(name) + 1);
+    uint64_t end = 12 + strlen(name) + 1 + (uint64_t)bytes;
+    out.seekp((std::streamoff)end).write("\xFF\xFF\xFF\xFF", 4);
+    return end + 4;
+}
+
 // Clicks the button of that caption in the sample application's update
 // prompt, once the process shows it.
 inline bool PressPromptButton(DWORD processId, const char* button, DWORD timeoutMs = 20000)

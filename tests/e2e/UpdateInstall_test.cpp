@@ -250,13 +250,8 @@ TEST_F(UpdateInstall, ClosingStopsTheInstallWithinASecond)
     // starts nothing and leaves no file cut short.
     std::string size = std::to_string(ServePackage("bulk.bin", 400));
     std::string big = m_appDir + "bulk\\big.dat", huge = m_appDir + "huge.dat";
-    // The local package's entry is a hole in the file: it takes no disk space.
-    const uint32_t entry = 1u << 30;
-    std::string local = m_root / "huge.bin", localSize = std::to_string(25 + (uint64_t)entry);
-    std::ofstream out(local, std::ios::binary);
-    out.write("SRES\0\0\0\0", 8).write((const char*)&entry, 4).write("huge.dat", 9);
-    out.seekp(21 + (std::streamoff)entry).write("\xFF\xFF\xFF\xFF", 4);
-    out.close();
+    std::string local = m_root / "huge.bin",
+                localSize = std::to_string(WriteHolePackage(local, "huge.dat", 1u << 30));
     std::string trickle = s_servers.Fault("trickle/bulk.bin"), unpack = s_servers.Nginx("bulk.bin");
     // Each URL with the file whose appearance is awaited, or none for 500 ms.
     const std::string urls[] = {

@@ -274,6 +274,39 @@ TEST_F(UpdateSign, NobodyCanSwapThePackageBetweenItsCheckAndItsUnpacking)
     }
 }
 
+// A close while the signature of a 1 GB package is checked ends the program
+// at once: the hash stops between its blocks.
+TEST_F(UpdateSign, ClosingDuringTheCheckEndsAtOnce)
+{
+    const std::string package = m_root / "huge.bin", dir = m_root / "app\\";
+    WriteHolePackage(package, "huge.dat", 1u << 30);
+    Done("sign " + Quote(package) + " " + Quote(Www("own.pem")) + " --version 2");
+    const uint64_t size = std::filesystem::file_size(package);
+    Process updater;
+    ASSERT_TRUE(PrepareApp(dir, m_root / "Stamped.exe") &&
+                StartUpdate(&updater, dir, std::to_string(size), package));
+    HWND dialog = WaitForProcessWindow(updater.Id(), "Update", 20000);
+    ASSERT_NE(dialog, nullptr);
+    // The check follows the copy at once: once the copy has closed the
+    // temporary file (which admits no reader while it is written), and before
+    // anything is unpacked.
+    auto copied = [&] {
+        WIN32_FIND_DATAA found;
+        HANDLE find = FindFirstFileA((dir + "temp\\tmp*").c_str(), &found);
+        HANDLE file = find == INVALID_HANDLE_VALUE || !FindClose(find)
+            ? INVALID_HANDLE_VALUE
+            : CreateFileA((dir + "temp\\" + found.cFileName).c_str(), GENERIC_READ, FILE_SHARE_READ,
+                          nullptr, OPEN_EXISTING, 0, nullptr);
+        return file != INVALID_HANDLE_VALUE && CloseHandle(file);
+    };
+    ASSERT_TRUE(WaitUntil(copied, 60000));
+    ASSERT_FALSE(FileExists(dir + "huge.dat"));
+    PostMessageA(dialog, WM_CLOSE, 0, 0);
+    ASSERT_TRUE(updater.Wait(2000)) << "Update.exe still runs after the close";
+    EXPECT_EQ(CountFiles(dir + "temp\\"), 0);
+    EXPECT_FALSE(FileExists(dir + "huge.dat"));
+}
+
 // Keys are checked when loaded and named in the refusal; a release key is
 // never overwritten; a stamp is not replaced by accident.
 TEST_F(UpdateSign, KeysAreCheckedOnLoadAndNeverLost)
@@ -299,7 +332,8 @@ TEST_F(UpdateSign, KeysAreCheckedOnLoadAndNeverLost)
         {"keygen " + Quote(Www("same.pem")) + " " + Quote(s_servers.Www() + "x\\..\\SAME.PEM"),
          "same file", 1},
         {"keygen " + Quote(Www("fresh.pem")), "readable by its owner only", 0},
-        {"make " + Quote(m_root / "src") + " v.upd --version 1.x --sign " + Quote(Www("own.pem")),
+        {"make " + Quote(m_root / "src") + " v.upd --version 1.x --any-version --sign " +
+             Quote(Www("own.pem")),
          "\"1.x\" is not a version", 1},
         {"verify" + pkg + Quote(Www("mismatch.pem")), "do not belong together", 1},
         {"verify" + pkg + Quote(Www("py.pem")), "; not by the given key", 1},
@@ -326,6 +360,16 @@ TEST_F(UpdateSign, KeysAreCheckedOnLoadAndNeverLost)
     EXPECT_EQ(ReadFileText(Www("own.pem")), key);
     for (const char* name : {"new.pem", "new.pub", "same.pem"})
         EXPECT_FALSE(FileExists(Www(name))) << name;
+    // The key identifier is 16 lower-case hexadecimal digits; PEM bodies wrap
+    // at 64 characters.
+    PackResult made = Pack("keygen " + Quote(Www("wrap.pem")) + " " + Quote(Www("wrap.pub")));
+    size_t id = made.out.find("\nkey ") + 5;
+    EXPECT_EQ(made.out.find_first_not_of("0123456789abcdef", id), id + 16) << made.out;
+    for (const char* name : {"wrap.pem", "wrap.pub"}) {
+        std::string pem = ReadFileText(Www(name));
+        size_t body = pem.find('\n') + 1;
+        EXPECT_EQ(pem.find_first_of("\r\n", body) - body, 64u) << pem;
+    }
     // The private key's access list grants other users nothing.
     PACL list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
