@@ -351,6 +351,8 @@ bool WriteDelta(PDeltaPackage& delta, const SString& root, const SStringArray& n
     *lines += line;
     printf("%s\n  from %s: %d of %d files, %u bytes\n", path.Text(), delta.GetFrom().Text(),
            delta.GetChanged().GetCount() + delta.GetAdded().GetCount(), names.GetCount(), size);
+    if (key.HasKey())
+        printf("  signed by key %s, %s\n", key.GetIdText().Text(), Covers(signature).Text());
     const SStringArray* lists[3] = {&delta.GetChanged(), &delta.GetAdded(), &delta.GetRemoved()};
     const char* labels[3] = {"changed", "added", "removed"};
     for (int k = 0; k < 3; k++) {
