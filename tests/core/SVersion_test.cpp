@@ -31,8 +31,7 @@ TEST(SVersion, OrdersPartByPartAndMatchesTheFixedFileVersion)
     EXPECT_TRUE(fixed.GetText() == "2.1.0.3" && fixed.GetPacked() == 0x0002000100000003ull);
 
     struct Row {
-        const char* a;
-        const char* b;
+        const char *a, *b;
         int order;
     } rows[] = {
         {"2.1", "2.1.0.0", 0}, {"1.10", "1.9", 1},  {"1.9", "1.10", -1},

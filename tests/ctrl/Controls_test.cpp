@@ -143,8 +143,7 @@ TEST(Label, DrawingAndRedraw)
         "[LABEL]\r\nNAME=C\r\nCAPTION=Text\r\nPOSITION=0 130 120 24\r\nBACKCOLOR=#FF0000FF\r\n"
         "LABEL_HALIGN=_JUSTIFY\r\nLABEL_VALIGN=_BOTTOM\r\n"));
     auto* label = dynamic_cast<SLabelCtrl*>(dialog.FindByName("A"));
-    SWnd* prefix = dialog.FindByName("P");
-    SWnd* transparent = dialog.FindByName("T");
+    SWnd *prefix = dialog.FindByName("P"), *transparent = dialog.FindByName("T");
     auto* colored = dynamic_cast<SLabelCtrl*>(dialog.FindByName("C"));
     ASSERT_TRUE(label && prefix && transparent && colored);
     EXPECT_TRUE(label->GetAlign() == (2 | 16) && colored->GetAlign() == (3 | 32));

@@ -175,33 +175,28 @@ inline BOOL CALLBACK CollectWindow(HWND window, LPARAM data)
     return TRUE;
 }
 
-// A top-level window of the process with that title and class (null for
-// any), or null.
-inline HWND FindProcessWindow(DWORD processId, const char* title, const char* className = nullptr,
-                              bool visibleOnly = true)
+// A top-level window of the process with that title (null for any), or null.
+inline HWND FindProcessWindow(DWORD processId, const char* title, bool visibleOnly = true)
 {
     std::vector<HWND> windows;
     EnumWindows(CollectWindow, (LPARAM)&windows);
     for (HWND window : windows) {
         DWORD owner = 0;
-        char text[256] = "", name[256] = "";
+        char text[256] = "";
         GetWindowThreadProcessId(window, &owner);
         GetWindowTextA(window, text, sizeof(text));
-        GetClassNameA(window, name, sizeof(name));
         if (owner == processId && (!visibleOnly || IsWindowVisible(window)) &&
-            (!title || !strcmp(text, title)) && (!className || !strcmp(name, className)))
+            (!title || !strcmp(text, title)))
             return window;
     }
     return nullptr;
 }
 
 // Polls for the window for at most timeoutMs.
-inline HWND WaitForProcessWindow(DWORD processId, const char* title, DWORD timeoutMs,
-                                 const char* className = nullptr)
+inline HWND WaitForProcessWindow(DWORD processId, const char* title, DWORD timeoutMs)
 {
     HWND window = nullptr;
-    WaitUntil([&] { return (window = FindProcessWindow(processId, title, className)) != nullptr; },
-              timeoutMs);
+    WaitUntil([&] { return (window = FindProcessWindow(processId, title)) != nullptr; }, timeoutMs);
     return window;
 }
 
@@ -225,13 +220,14 @@ inline bool PressPromptButton(DWORD processId, const char* button, DWORD timeout
     return target && PostMessageA(target, BM_CLICK, 0, 0);
 }
 
-inline std::vector<std::string> ChildTexts(HWND parent)
+// The texts of the window's children, each between line breaks.
+inline std::string ChildTexts(HWND parent)
 {
     std::vector<HWND> children;
     EnumChildWindows(parent, CollectWindow, (LPARAM)&children);
-    std::vector<std::string> texts;
+    std::string texts = "\n";
     for (HWND child : children)
-        texts.push_back(WindowText(child));
+        texts += WindowText(child) + "\n";
     return texts;
 }
 
@@ -245,16 +241,12 @@ inline bool WaitForFileText(const std::string& path, const std::string& text, DW
 inline bool WaitForChildText(HWND parent, const std::string& text, DWORD timeoutMs)
 {
     return WaitUntil(
-        [&] {
-            std::vector<std::string> texts = ChildTexts(parent);
-            return std::find(texts.begin(), texts.end(), text) != texts.end();
-        },
+        [&] { return ChildTexts(parent).find("\n" + text + "\n") != std::string::npos; },
         timeoutMs);
 }
 
-// Makes dir (ending in "\\") an installed version 1 of the sample application
-// with updater as its Update.exe and an empty "temp\\" folder; restarted, the
-// application logs its start and ends at once.
+// Makes dir (ending in "\\") an installed sample application 1 with updater as
+// its Update.exe and an empty "temp\\"; started, the application logs it and ends.
 inline bool PrepareApp(const std::string& dir, const std::string& updater)
 {
     return WriteFileText(dir + "SampleApp.ini", "[update]\r\nexitafter=0\r\n") &&
@@ -263,9 +255,8 @@ inline bool PrepareApp(const std::string& dir, const std::string& updater)
         CopyFileA(updater.c_str(), (dir + "Update.exe").c_str(), FALSE);
 }
 
-// Starts the Update.exe of an application folder made by PrepareApp with its
-// four arguments quoted as given (the destination is dir unless dest names
-// one), its temporary folder dir + "temp\\".
+// Starts dir's Update.exe (see PrepareApp) with its four arguments quoted as
+// given, dest (or dir) the destination, dir + "temp\\" its temporary folder.
 inline bool StartUpdate(Process* updater, const std::string& dir, const std::string& size,
                         const std::string& url, const std::string& dest = "")
 {
@@ -282,9 +273,9 @@ struct PackResult {
     std::string out, err;
 };
 
-// Runs the tool of the build with arguments, its stdout and stderr sent to
-// files in dir; the texts come back without "\r".
-inline PackResult RunTool(const TempDir& dir, const char* tool, const std::string& arguments)
+// Runs the build's UpdatePack.exe with arguments, its stdout and stderr sent
+// to files in dir; the texts come back without "\r".
+inline PackResult RunPack(const TempDir& dir, const std::string& arguments)
 {
     PackResult result;
     SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
@@ -299,7 +290,7 @@ inline PackResult RunTool(const TempDir& dir, const char* tool, const std::strin
     startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
     startup.hStdOutput = handles[0];
     startup.hStdError = handles[1];
-    std::string exe = BinDir() + tool, line = "\"" + exe + "\" " + arguments;
+    std::string exe = BinDir() + "UpdatePack.exe", line = "\"" + exe + "\" " + arguments;
     PROCESS_INFORMATION info;
     if (CreateProcessA(exe.c_str(), &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                        &info)) {

@@ -18,8 +18,7 @@ namespace {
 TEST(SUpdateClient, CommandLineReadsBackAsTheFourArguments)
 {
     struct Case {
-        const char* folder;
-        const char* exe;
+        const char *folder, *exe;
     } cases[] = {
         {"C:\\Program Files\\My App\\", "C:\\Program Files\\My App\\app.exe"},
         {"C:\\app", "C:\\app\\app.exe"},
@@ -101,35 +100,31 @@ TEST(SUpdateClient, DescriptionVersionsAndPackageAddress)
 }
 
 // The helper against real servers: nginx and the fault server on 127.0.0.1.
+const auto* const g_serving = ServeProgram("client");
+
 class SUpdateClientNet : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
+    void SetUp() override
     {
-        s_serving = s_servers.Start(VX_SOURCE_DIR, "client") &&
-            e2e::WriteFileText(s_servers.Www() + "app.upd", "2.0.0.0\r\n4321\r\n");
+        ASSERT_TRUE(e2e::WriteFileText(g_servers.Www() + "app.upd", "2.0.0.0\r\n4321\r\n"));
     }
-    static void TearDownTestSuite() { s_servers.Stop(); }
-    void SetUp() override { ASSERT_TRUE(s_serving) << "the test servers did not start"; }
-
-    static inline TestServers s_servers;
-    static inline bool s_serving = false;
     e2e::TempDir m_dir {"vx client "};
 };
 
 TEST_F(SUpdateClientNet, FetchKeepsItsTimeLimitAndRedirectRules)
 {
-    const std::string good = s_servers.Nginx("app.upd");
+    const std::string good = g_servers.Nginx("app.upd");
     struct Case {
         std::string url;
         bool ok;
     } cases[] = {
         {good + "?v=2.1", true},
-        {s_servers.Fault("hop/19?to=" + good), true},   // 20 redirects
-        {s_servers.Fault("hop/20?to=" + good), false},
-        {s_servers.Fault("loop/app.upd"), false},
-        {s_servers.Https("down/app.upd"), false},   // https to http
-        {s_servers.Fault("silent/app.upd"), false},
-        {s_servers.Fault("status/404"), false},
+        {g_servers.Fault("hop/19?to=" + good), true},   // 20 redirects
+        {g_servers.Fault("hop/20?to=" + good), false},
+        {g_servers.Fault("loop/app.upd"), false},
+        {g_servers.Https("down/app.upd"), false},   // https to http
+        {g_servers.Fault("silent/app.upd"), false},
+        {g_servers.Fault("status/404"), false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.url);
@@ -140,7 +135,7 @@ TEST_F(SUpdateClientNet, FetchKeepsItsTimeLimitAndRedirectRules)
         EXPECT_EQ(desc.size, c.ok ? 4321ul : 0ul);
     }
     SUpdateDescription desc;
-    EXPECT_TRUE(SUpdateClient::FetchDescription(s_servers.Https("app.upd").c_str(), &desc));
+    EXPECT_TRUE(SUpdateClient::FetchDescription(g_servers.Https("app.upd").c_str(), &desc));
 }
 
 TEST_F(SUpdateClientNet, BackgroundCheckHoldsBackAVersionWhoseHandoverFailed)
@@ -148,7 +143,7 @@ TEST_F(SUpdateClientNet, BackgroundCheckHoldsBackAVersionWhoseHandoverFailed)
     HWND window =
         CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     ASSERT_NE(window, nullptr);
-    const std::string state = m_dir / "state.txt", url = s_servers.Nginx("app.upd");
+    const std::string state = m_dir / "state.txt", url = g_servers.Nginx("app.upd");
     auto check = [&](const char* running, const std::string& address, unsigned long backoff) {
         EXPECT_TRUE(SUpdateClient::CheckInBackground(address.c_str(), running, state.c_str(),
                                                      window, WM_APP + 7, 3000, backoff));
@@ -160,12 +155,11 @@ TEST_F(SUpdateClientNet, BackgroundCheckHoldsBackAVersionWhoseHandoverFailed)
     };
     EXPECT_EQ(check("1.0", url, 60), SUpdateCheck::NEWER);
     EXPECT_EQ(check("2.0", url, 60), SUpdateCheck::CURRENT);
-    EXPECT_EQ(check("1.0", s_servers.Fault("status/404"), 60), SUpdateCheck::FAILED);
+    EXPECT_EQ(check("1.0", g_servers.Fault("status/404"), 60), SUpdateCheck::FAILED);
 
     // A handover whose updater cannot start, as after a declined elevation.
     std::string version;
-    SUpdatePackage package;
-    package.url = "p";
+    const SUpdatePackage package {"p"};
     EXPECT_FALSE(SUpdateClient::HandOver(state.c_str(), (m_dir / "none.exe").c_str(), "2.0.0.0",
                                          package, m_dir.Path().c_str(), nullptr));
     EXPECT_EQ(SUpdateClient::TakeOutcome(state.c_str(), "1.0", &version),

@@ -11,42 +11,26 @@ using namespace e2e;
 
 namespace {
 
-class SampleApp : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() { s_serving = s_servers.Start(VX_SOURCE_DIR, "sample"); }
-    static void TearDownTestSuite() { s_servers.Stop(); }
+const auto* const g_serving = ServeProgram("sample");
 
-    // The ini of the application in dir: the served description, the state
-    // file in dir and the extra lines.
-    static bool WriteIni(const std::string& dir, const std::string& extra)
-    {
-        return WriteFileText(dir + "SampleApp.ini",
-                             "[update]\r\nurl=" + s_servers.Nginx("app.upd") + "\r\nstate=" + dir +
-                                 "state.txt\r\n" + extra);
-    }
-    static bool Start(Process* app, const std::string& dir, const std::string& extra = "")
-    {
-        return WriteIni(dir, extra) && app->Start(dir + "SampleApp.exe", "");
-    }
-    static bool Press(const Process& app, const char* button)
-    {
-        return PressPromptButton(app.Id(), button);
-    }
-
-    static inline TestServers s_servers;
-    static inline bool s_serving = false;
-};
-
-TEST_F(SampleApp, OffersTheUpdateTellsHowItEndedAndHoldsBackAFailedOne)
+// The ini of the application in dir: the served description, the state file
+// in dir and the extra lines.
+bool WriteIni(const std::string& dir, const std::string& extra = "")
 {
-    ASSERT_TRUE(s_serving) << "the test servers did not start";
+    return WriteFileText(dir + "SampleApp.ini",
+                         "[update]\r\nurl=" + g_servers.Nginx("app.upd") + "\r\nstate=" + dir +
+                             "state.txt\r\n" + extra);
+}
+
+TEST(SampleApp, OffersTheUpdateTellsHowItEndedAndHoldsBackAFailedOne)
+{
     TempDir root("vx sample ");
     ASSERT_TRUE(WriteFileText(root / "src\\readme.txt", "two") &&
                 CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
                           (root / "src\\SampleApp.exe").c_str(), FALSE));
     PackResult made =
-        RunTool(root, "UpdatePack.exe",
-                "make " + Quote(root / "src") + " " + Quote(s_servers.Www() + "app.upd") +
+        RunPack(root,
+                "make " + Quote(root / "src") + " " + Quote(g_servers.Www() + "app.upd") +
                     " --version 2.0.0.0 --updater " + Quote(BinDir() + "Update.exe"));
     ASSERT_EQ(made.code, 0u) << made.err;
 
@@ -57,13 +41,14 @@ TEST_F(SampleApp, OffersTheUpdateTellsHowItEndedAndHoldsBackAFailedOne)
                 MoveFileA((failing + "Update.exe").c_str(), (failing + "x.exe").c_str()));
     {
         Process app;
-        ASSERT_TRUE(Start(&app, failing) && Press(app, "Update now"));
+        ASSERT_TRUE(WriteIni(failing) && app.Start(failing + "SampleApp.exe", "") &&
+                    PressPromptButton(app.Id(), "Update now"));
         EXPECT_TRUE(WaitForFileText(log, "could not start Update.exe", 10000)) << ReadFileText(log);
     }
     ASSERT_TRUE(MoveFileA((failing + "x.exe").c_str(), (failing + "Update.exe.next").c_str()));
     {
         Process app;
-        ASSERT_TRUE(Start(&app, failing));
+        ASSERT_TRUE(WriteIni(failing) && app.Start(failing + "SampleApp.exe", ""));
         EXPECT_TRUE(WaitForFileText(log, "held back 2.0.0.0", 10000)) << ReadFileText(log);
         EXPECT_NE(ReadFileText(log).find("adopted Update.exe.next\r\nThe update to 2.0.0.0 failed"),
                   std::string::npos);
@@ -76,7 +61,8 @@ TEST_F(SampleApp, OffersTheUpdateTellsHowItEndedAndHoldsBackAFailedOne)
     const std::string good = root / "good\\";
     ASSERT_TRUE(PrepareApp(good, BinDir() + "Update.exe"));
     Process app;
-    ASSERT_TRUE(Start(&app, good) && Press(app, "Update now"));
+    ASSERT_TRUE(WriteIni(good) && app.Start(good + "SampleApp.exe", "") &&
+                PressPromptButton(app.Id(), "Update now"));
     ASSERT_TRUE(WaitForFileText(good + "SampleApp.log", "handing over", 10000));
     // Version 2, once started, ends by itself.
     ASSERT_TRUE(WriteIni(good, "exitafter=0\r\n"));

@@ -18,16 +18,13 @@ namespace {
 const char* kPayloadText = "payload of version two\r\n";
 const size_t kBigSize = 8000000;
 
+const auto* const g_serving = ServeProgram("install");
+
 class UpdateInstall : public ::testing::Test {
 protected:
-    // nginx and the fault server serve one folder for the whole suite.
-    static void SetUpTestSuite() { s_serving = s_servers.Start(VX_SOURCE_DIR, "install"); }
-    static void TearDownTestSuite() { s_servers.Stop(); }
-
     void SetUp() override
     {
-        ASSERT_TRUE(s_serving) << "the test servers did not start";
-        m_served = s_servers.Www();
+        m_served = g_servers.Www();
         // The application's folder has a space in its name, and the
         // destination is passed quoted with its trailing backslash.
         m_appDir = m_root / "my app\\";
@@ -44,27 +41,26 @@ protected:
     unsigned long ServePackage(const char* name, int bulk = 0)
     {
         std::string source = m_root / "source\\";
-        std::vector<std::string> files;
+        std::vector<std::pair<std::string, std::string>> files;   // name, bytes
         if (bulk) {
             std::string big(kBigSize, 0);
             for (size_t i = 0, x = 1; i < big.size(); i++)
                 big[i] = (char)((x = x * 1103515245 + 12345) >> 16);
-            EXPECT_TRUE(WriteFileText(source + "bulk\\big.dat", big));
-            files.push_back("bulk\\big.dat");
+            files.push_back({"bulk\\big.dat", big});
         }
         for (int i = 0; i < bulk; i++) {
-            files.push_back("bulk\\" + std::to_string(i) + ".txt");
-            EXPECT_TRUE(WriteFileText(source + files.back(), files.back()));
+            std::string name = "bulk\\" + std::to_string(i) + ".txt";
+            files.push_back({name, name});
         }
-        EXPECT_TRUE(WriteFileText(source + "data\\readme.txt", kPayloadText));
-        EXPECT_TRUE(WriteFileText(source + "data\\empty.dat", ""));
-        EXPECT_TRUE(CopyFileA((BinDir() + "SampleApp2.exe").c_str(),
-                              (source + "SampleApp.exe").c_str(), FALSE));
+        files.insert(files.end(),
+                     {{"SampleApp.exe", ReadFileText(BinDir() + "SampleApp2.exe")},
+                      {"data\\readme.txt", kPayloadText},
+                      {"data\\empty.dat", ""}});
         SResource writer;
         writer.SetFolder(source.c_str());
-        files.insert(files.end(), {"SampleApp.exe", "data\\readme.txt", "data\\empty.dat"});
-        for (const std::string& file : files)
-            writer.Add(file.c_str(), nullptr);
+        for (const auto& file : files)
+            EXPECT_TRUE(WriteFileText(source + file.first, file.second) &&
+                        writer.Add(file.first.c_str(), nullptr));
         std::string package = m_served + name;
         SFilePath out(package.c_str(), true, true, false);
         EXPECT_TRUE(writer.Write(&out, true));
@@ -89,31 +85,22 @@ protected:
         HWND dialog = WaitForProcessWindow(updater->Id(), "Update", 20000);
         ASSERT_NE(dialog, nullptr) << "no Update dialog";
         ASSERT_TRUE(WaitForChildText(dialog, "Failed.", 20000)) << "label never read \"Failed.\"";
-        for (const std::string& text : ChildTexts(dialog))
-            EXPECT_NE(text, "Updating files...");
+        EXPECT_EQ(ChildTexts(dialog).find("\nUpdating files...\n"), std::string::npos);
         HWND list = FindWindowExA(dialog, nullptr, "ListBox", nullptr);
-        ASSERT_NE(list, nullptr);
-        EXPECT_EQ(SendMessageA(list, LB_GETCOUNT, 0, 0), 0);
-        if (bar >= 0) {
-            HWND progress = FindWindowExA(dialog, nullptr, PROGRESS_CLASSA, nullptr);
-            EXPECT_EQ(SendMessageA(progress, PBM_GETPOS, 0, 0), bar);
-        }
+        HWND progress = FindWindowExA(dialog, nullptr, PROGRESS_CLASSA, nullptr);
+        ASSERT_TRUE(list && progress && SendMessageA(list, LB_GETCOUNT, 0, 0) == 0);
+        EXPECT_TRUE(bar < 0 || SendMessageA(progress, PBM_GETPOS, 0, 0) == bar);
         EXPECT_TRUE(updater->IsRunning()) << "the dialog must stay open on failure";
         PostMessageA(dialog, WM_CLOSE, 0, 0);
         ASSERT_TRUE(updater->Wait(10000));
         EXPECT_EQ(updater->ExitCode(), 0u);
-        // Nothing was restarted and nothing was installed.
         EXPECT_EQ(Log().find("started 2.0.0.0"), std::string::npos);
         EXPECT_FALSE(FileExists(m_appDir + "data\\readme.txt"));
         EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
     }
 
-    static inline TestServers s_servers;
-    static inline bool s_serving = false;
     TempDir m_root;
-    std::string m_served;
-    std::string m_appDir;
-    std::string m_tempDir;
+    std::string m_served, m_appDir, m_tempDir;
 };
 
 TEST_F(UpdateInstall, InstallsAndRestartsTheApplication)
@@ -123,8 +110,8 @@ TEST_F(UpdateInstall, InstallsAndRestartsTheApplication)
     // up to the first non-digit); and from a local path, copied.
     std::string size = std::to_string(ServePackage("app.bin"));
     std::pair<std::string, std::string> rounds[] = {
-        {s_servers.Nginx("app.bin"), size},
-        {s_servers.Fault("nolength/app.bin"), " \t+" + size + "x9"},
+        {g_servers.Nginx("app.bin"), size},
+        {g_servers.Fault("nolength/app.bin"), " \t+" + size + "x9"},
         {m_served + "app.bin", size},
     };
     for (auto& round : rounds) {
@@ -164,18 +151,16 @@ TEST_F(UpdateInstall, VersionOneTakesItsDeltaAndASkippedVersionTheFullPackage)
     };
     for (const auto& file : files)
         ASSERT_TRUE(WriteFileText(m_root / file.first.c_str(), file.second));
-    auto pack = [&](const std::string& arguments) {
-        return RunTool(m_root, "UpdatePack.exe", arguments).code;
-    };
-    ASSERT_EQ(pack("make " + Quote(m_root / "r1") + " " + Quote(m_served + "r1.upd") +
-                   " --version 1.0.0.0"),
-              0u);
-    ASSERT_EQ(pack("make " + Quote(m_root / "r2") + " " + Quote(m_served + "app.upd") +
-                   " --version 2.0.0.0 --since " + Quote(m_served + "r1.upd")),
-              0u);
+    const std::string r1 = Quote(m_served + "r1.upd"),
+                      makes[] = {Quote(m_root / "r1") + " " + r1 + " --version 1.0.0.0",
+                                 Quote(m_root / "r2") + " " + Quote(m_served + "app.upd") +
+                                     " --version 2.0.0.0 --since " + r1};
+    for (const std::string& make : makes)
+        ASSERT_EQ(RunPack(m_root, "make " + make).code, 0u) << make;
+    const std::string extract = "extract " + Quote(m_served + "r1.bin") + " " + Quote(m_appDir);
     const std::string desc = ReadFileText(m_served + "app.upd");
     ASSERT_TRUE(WriteFileText(m_appDir + "SampleApp.ini",
-                              "[update]\r\nexitafter=0\r\nurl=" + s_servers.Nginx("app.upd") +
+                              "[update]\r\nexitafter=0\r\nurl=" + g_servers.Nginx("app.upd") +
                                   "\r\nstate=" + m_root / "state.txt" + "\r\n"));
     // The second round finds a delta only for another version.
     for (const char* round : {"app-from-1.0.0.0.bin", "app.bin"}) {
@@ -186,18 +171,14 @@ TEST_F(UpdateInstall, VersionOneTakesItsDeltaAndASkippedVersionTheFullPackage)
             ASSERT_TRUE(WriteFileText(m_served + "app.upd", other));
         }
         // Release 1, once the version started last time has ended.
-        ASSERT_TRUE(WaitUntil(
-            [&] {
-                return pack("extract " + Quote(m_served + "r1.bin") + " " + Quote(m_appDir)) == 0;
-            },
-            20000));
+        ASSERT_TRUE(WaitUntil([&] { return RunPack(m_root, extract).code == 0; }, 20000));
         DeleteFileA((m_appDir + "SampleApp.log").c_str());
         DeleteFileA((m_appDir + "new\\added.txt").c_str());
         Process app;
         ASSERT_TRUE(app.Start(AppExe(), "", m_tempDir));
         ASSERT_TRUE(PressPromptButton(app.Id(), "Update now")) << Log();
         ASSERT_TRUE(WaitForFileText(m_appDir + "SampleApp.log", "started 2.0.0.0", 60000)) << Log();
-        EXPECT_NE(Log().find(s_servers.Nginx(round) + ", " +
+        EXPECT_NE(Log().find(g_servers.Nginx(round) + ", " +
                              std::to_string(ReadFileText(m_served + round).size()) + " bytes"),
                   std::string::npos)
             << Log();
@@ -219,18 +200,15 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
     // would give 493, 512-byte ones 498).
     struct Case {
         const char* name;
-        std::string size;
-        std::string url;
-        std::string dest;
+        std::string size, url, dest;
         int bar;
     } cases[] = {
-        {"file smaller than expected", std::to_string(size + 1), s_servers.Nginx("app.bin"), "",
-         -1},
-        {"file larger than expected", std::to_string(size - 1), s_servers.Nginx("app.bin"), "", -1},
-        {"not an archive", "18", s_servers.Nginx("notes.txt"), "", -1},
-        {"server error", std::to_string(size), s_servers.Fault("status/500"), "", -1},
-        {"body cut short", "307200", s_servers.Fault("short/307200"), "", 496},
-        {"destination not creatable", std::to_string(size), s_servers.Nginx("app.bin"),
+        {"smaller than expected", std::to_string(size + 1), g_servers.Nginx("app.bin"), "", -1},
+        {"larger than expected", std::to_string(size - 1), g_servers.Nginx("app.bin"), "", -1},
+        {"not an archive", "18", g_servers.Nginx("notes.txt"), "", -1},
+        {"server error", std::to_string(size), g_servers.Fault("status/500"), "", -1},
+        {"body cut short", "307200", g_servers.Fault("short/307200"), "", 496},
+        {"destination not creatable", std::to_string(size), g_servers.Nginx("app.bin"),
          m_appDir + "SampleApp.ini\\sub\\", -1},
     };
     for (const Case& c : cases) {
@@ -243,19 +221,18 @@ TEST_F(UpdateInstall, FailuresLeaveTheDialogWithFailed)
 
 TEST_F(UpdateInstall, ClosingStopsTheInstallWithinASecond)
 {
-    // Closed during a trickling or a stalled download, as soon as the
-    // unpacking has begun (repeated: the stop races the unpacking), while a
-    // package given as a local path is copied, or while its stored entry of
-    // 1 GB is unpacked, the program exits at once, leaves no temporary file,
-    // starts nothing and leaves no file cut short.
+    // Closed while a download trickles or stalls, once the unpacking has begun
+    // (thrice: the stop races it), while a local package is copied or its 1 GB
+    // stored entry unpacked, the program exits at once, leaving no temporary
+    // file, nothing started and no file cut short.
     std::string size = std::to_string(ServePackage("bulk.bin", 400));
     std::string big = m_appDir + "bulk\\big.dat", huge = m_appDir + "huge.dat";
     std::string local = m_root / "huge.bin",
                 localSize = std::to_string(WriteHolePackage(local, "huge.dat", 1u << 30));
-    std::string trickle = s_servers.Fault("trickle/bulk.bin"), unpack = s_servers.Nginx("bulk.bin");
+    std::string trickle = g_servers.Fault("trickle/bulk.bin"), unpack = g_servers.Nginx("bulk.bin");
     // Each URL with the file whose appearance is awaited, or none for 500 ms.
     const std::string urls[] = {
-        trickle, s_servers.Fault("stall/bulk.bin"), unpack, unpack, unpack, local, local};
+        trickle, g_servers.Fault("stall/bulk.bin"), unpack, unpack, unpack, local, local};
     const std::string awaited[] = {"", "", big, big, big, "", huge};
     for (int i = 0; i < 7; i++) {
         SCOPED_TRACE(urls[i] + " " + awaited[i]);
@@ -268,9 +245,8 @@ TEST_F(UpdateInstall, ClosingStopsTheInstallWithinASecond)
         while (awaited[i].empty() ? GetTickCount() - start < 500
                                   : !FileExists(awaited[i]) && GetTickCount() - start < 60000)
             Sleep(1);
-        // The stop takes well under a second; the bound leaves room for a
-        // loaded machine, yet ends before the forced end or an unpacking that
-        // goes on would.
+        // The stop takes well under a second; the bound allows for a loaded
+        // machine, yet ends before the forced end or a going unpacking would.
         PostMessageA(dialog, WM_CLOSE, 0, 0);
         ASSERT_TRUE(updater.Wait(2000)) << "Update.exe still runs after the close";
         EXPECT_EQ(CountFiles(m_tempDir), 0) << "the temporary file was left behind";
@@ -286,17 +262,16 @@ TEST_F(UpdateInstall, ClosingStopsTheInstallWithinASecond)
 
 TEST_F(UpdateInstall, GivesUpSilentlyWhenTheApplicationKeepsRunning)
 {
-    // The tool's hidden application windows exist from just before the wait
-    // begins, which times the wait apart from Wine's own start-up. Only the
-    // lower bound is tight: the upper one tells giving up from waiting on
-    // (the application holds on past it) on however loaded a machine.
+    // The tool's hidden windows exist from just before the wait begins, which
+    // times the wait apart from Wine's start-up. Only the lower bound is tight;
+    // the upper one (the application holds on past it) tells giving up apart.
     unsigned long size = ServePackage("app.bin");
     Process app, updater;
     DWORD start = GetTickCount(), waitStart = 0;
-    StartInstall(&app, &updater, std::to_string(size), s_servers.Nginx("app.bin"), 90000);
+    StartInstall(&app, &updater, std::to_string(size), g_servers.Nginx("app.bin"), 90000);
     bool windowSeen = false;
     while (updater.IsRunning() && GetTickCount() - start < 60000) {
-        if (!waitStart && FindProcessWindow(updater.Id(), nullptr, nullptr, false))
+        if (!waitStart && FindProcessWindow(updater.Id(), nullptr, false))
             waitStart = GetTickCount();
         windowSeen = windowSeen || FindProcessWindow(updater.Id(), nullptr) != nullptr;
         Sleep(20);

@@ -121,8 +121,7 @@ protected:
 
     TempDir m_root;
     PWndMake m_maker;
-    SWnd* m_version = nullptr;
-    SWnd* m_folder = nullptr;
+    SWnd *m_version = nullptr, *m_folder = nullptr;
 };
 
 TEST_F(Maker, MakesPackageAndDescription)

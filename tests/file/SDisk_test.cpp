@@ -38,9 +38,8 @@ protected:
               "!quiet\\q.txt"});
     }
 
-    // The listing of pattern (below root) with root's prefix taken off, joined
-    // with "|", then the count found and the top level's file and folder
-    // counts.
+    // The listing of pattern (below root) without root's prefix, joined with
+    // "|", then the count found and the top level's file and folder counts.
     std::string Walk(const char* pattern, uint32_t flags)
     {
         SDisk disk;

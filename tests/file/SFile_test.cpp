@@ -25,8 +25,7 @@ TEST(SFileMemTest, GrowthWritesSeeksAndReads)
                 file.WriteLine("") == 2);
     EXPECT_EQ(Contents(file), std::string("SRESab\0\r\n", 9));
     EXPECT_TRUE(file.Seek(-5) == 9 && file.Seek(10) == 9 && file.Skip(-4) == 5);
-    char buffer[8];
-    memset(buffer, '#', sizeof(buffer));
+    char buffer[9] = "########";
     EXPECT_EQ(file.Read(buffer, 8), 4);
     EXPECT_EQ(file.Read(buffer + 5, 1), 0);
     EXPECT_EQ(std::string(buffer, 6), std::string("b\0\r\n##", 6));

@@ -36,9 +36,8 @@ protected:
 
 TEST_F(SResourceTest, WritesExactBytesAndRoundTripsInBothModes)
 {
-    // Chunk boundaries on both sides of 100000, more chunks than the packer
-    // has slots, an empty file in the middle and another as the very last
-    // entry, nested folders.
+    // Chunk boundaries on both sides of 100000, more chunks than the packer has
+    // slots, empty files in the middle and at the very end, nested folders.
     const int sizes[] = {1, 99999, 100000, 0, 100001, 1500000, 250000, 0};
     const char* names[] = {"one",           "a\\b\\ninetynine", "a\\hundred.k", "empty",
                            "a\\b\\c\\over", "big.dat",          "bigger.dat",   "z\\last-empty"};
@@ -141,8 +140,7 @@ TEST_F(SResourceTest, EmptyArchiveAndWriterRules)
 TEST_F(SResourceTest, ReaderRulesOnCraftedArchives)
 {
     // Two names equal ignoring case: both are listed, lookups and unpacking
-    // find the first. Only the mode word's first byte counts (0x100 is
-    // stored).
+    // find the first. Only the mode word's first byte counts (0x100: stored).
     Put("crafted.bin",
         "SRES" + LE32(0x100) + Record("Same.txt", "first") + Record("SAME.TXT", "second") + kEnd);
     SResource reader;

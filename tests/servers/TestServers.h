@@ -7,6 +7,7 @@
 // run, which only this Wine prefix trusts, from Start until Stop.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <stdio.h>
 #include <wincrypt.h>
 #include <windows.h>
@@ -119,3 +120,17 @@ private:
     int m_nginx = 0, m_fault = 0, m_tls = 0;
     bool m_started = false;
 };
+
+// The servers of a whole test program: ServeProgram(tag) starts them before
+// its first test (failing the program if they do not start), stops them after.
+inline TestServers g_servers;
+inline const ::testing::Environment* ServeProgram(const char* tag)
+{
+    struct Serving : ::testing::Environment {
+        explicit Serving(const char* name) : tag(name) {}
+        void SetUp() override { ASSERT_TRUE(g_servers.Start(VX_SOURCE_DIR, tag)); }
+        void TearDown() override { g_servers.Stop(); }
+        const char* tag;
+    };
+    return ::testing::AddGlobalTestEnvironment(new Serving(tag));
+}

@@ -15,13 +15,7 @@
 
 namespace {
 
-TestServers g_servers;
-
-class Servers : public ::testing::Environment {
-    void SetUp() override { ASSERT_TRUE(g_servers.Start(VX_SOURCE_DIR, "snetwork")); }
-    void TearDown() override { g_servers.Stop(); }
-};
-const auto* const g_environment = ::testing::AddGlobalTestEnvironment(new Servers());
+const auto* const g_serving = ServeProgram("snetwork");
 
 std::string Pattern(int length)
 {

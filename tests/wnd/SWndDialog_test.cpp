@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "WndTestSupport.h"
@@ -27,8 +28,7 @@ class ProbeDialog : public SWndDialog {
 public:
     std::vector<UINT> seen;
     LPARAM readyUser = 0;
-    bool visibleAtReady = false;
-    bool controlsAtReady = false;
+    bool visibleAtReady = false, controlsAtReady = false;
 
     bool Build(const SString& text, LPARAM user = 0)
     {
@@ -50,13 +50,7 @@ public:
         return SWndDialog::Handler(msg, wParam, lParam);
     }
 
-    int Count(UINT msg) const
-    {
-        int n = 0;
-        for (UINT m : seen)
-            n += m == msg;
-        return n;
-    }
+    int Count(UINT msg) const { return (int)std::count(seen.begin(), seen.end(), msg); }
 };
 
 // The window rectangle of a child in its dialog's client coordinates.

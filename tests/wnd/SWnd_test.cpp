@@ -22,8 +22,7 @@ const UINT kPing = WM_APP + 50;
 class ProbeWnd : public SWnd {
 public:
     LRESULT refuse = 0;
-    UINT blocked = 0;
-    UINT destroyOn = 0;
+    UINT blocked = 0, destroyOn = 0;
     bool visibleAtCreate = true;
     HWND handleAtCreate = nullptr;
     LPARAM userAtCreate = 0;
