@@ -149,8 +149,8 @@ void ShowPrompt(const std::string& version)
 {
     HINSTANCE instance = GetModuleHandleA(nullptr);
     HWND prompt = g_prompt = CreateWindowExA(WS_EX_DLGMODALFRAME, kPromptClass, "Sample App update",
-                                             WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_VISIBLE, 420,
-                                             180, 300, 130, g_window, nullptr, instance, nullptr);
+                                             WS_POPUP | WS_CAPTION | WS_SYSMENU, 420, 180, 300, 130,
+                                             g_window, nullptr, instance, nullptr);
     if (!prompt)
         return;
     HFONT font = (HFONT)GetStockObject(DEFAULT_GUI_FONT);
@@ -171,6 +171,9 @@ void ShowPrompt(const std::string& version)
                                      (HMENU)(INT_PTR)item.id, instance, nullptr);
         SendMessageA(child, WM_SETFONT, (WPARAM)font, FALSE);
     }
+    // Shown only now, whole: a prompt seen without its buttons could not be
+    // answered.
+    ShowWindow(prompt, SW_SHOW);
     SetFocus(GetDlgItem(prompt, IDOK));
 }
 
