@@ -237,9 +237,11 @@ TEST(UpdatePack, MakeSinceHoldsExactlyTheChangedFiles)
             Put(dir / "v2\\" + f.v2, f.bytes2);
     }
     RunPack(dir, "make " + Quote(dir / "v1") + " " + Quote(dir / "r1.upd") + " --version 1.2");
+    RunPack(dir, "keygen " + Quote(dir / "key.pem"));
     Result made = RunPack(dir,
                           "make " + Quote(dir / "v2") + " " + Quote(dir / "r2.upd") +
-                              " --version 2 --since " + Quote(dir / "r1.upd"));
+                              " --version 2 --since " + Quote(dir / "r1.upd") + " --sign " +
+                              Quote(dir / "key.pem"));
     ASSERT_EQ(made.code, 0u) << made.err;
     const std::string delta = e2e::ReadFileText(dir / "r2-from-1.2.bin");
     EXPECT_EQ(e2e::ReadFileText(dir / "r2.upd"),
@@ -247,6 +249,8 @@ TEST(UpdatePack, MakeSinceHoldsExactlyTheChangedFiles)
                   std::to_string(delta.size()) + " r2-from-1.2.bin\r\n");
     EXPECT_NE(made.out.find("  removed  sub\\removed.txt\n"), std::string::npos) << made.out;
     Result listed = RunPack(dir, "list " + Quote(dir / "r2-from-1.2.bin"));
+    // Signed for its base: only an application of version 1.2 takes it.
+    EXPECT_NE(listed.out.find(", delta from 1.2.0.0 to version 2.0.0.0\n"), std::string::npos);
     for (const File& f : files) {
         bool listedHere =
             f.v2 && listed.out.find(std::string("  ") + f.v2 + "\n") != std::string::npos;
