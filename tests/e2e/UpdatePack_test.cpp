@@ -276,6 +276,15 @@ TEST(UpdatePack, MakeSinceRefusesAReleaseItCannotTrust)
     ASSERT_EQ(make("r2.upd", "--version 2 " + since).code, 0u);
     EXPECT_NE(RunPack(dir, "list " + Quote(dir / "r2-from-1.bin")).out.find("one.dat"),
               std::string::npos);
+    // Signed afterwards, each package's size changes in the description,
+    // which keeps every line.
+    RunPack(dir, "keygen " + Quote(dir / "key.pem"));
+    for (const char* signs : {"r2.bin\" --version 2", "r2-from-1.bin\" --version 2 --base 1"})
+        EXPECT_EQ(RunPack(dir, "sign \"" + dir / signs + " " + Quote(dir / "key.pem")).code, 0u);
+    EXPECT_EQ(e2e::ReadFileText(dir / "r2.upd"),
+              "2\r\n" + std::to_string(e2e::ReadFileText(dir / "r2.bin").size()) + "\r\nfrom 1 " +
+                  std::to_string(e2e::ReadFileText(dir / "r2-from-1.bin").size()) +
+                  " r2-from-1.bin\r\n");
 
     Put(dir / "stale.upd", "1\r\n99\r\n");
     Put(dir / "stale.bin", "");

@@ -672,27 +672,56 @@ int Keygen(const char* keyPath, const char* publicPath)
     return kOk;
 }
 
-// Gives the size line of the description file beside package (same title,
-// .upd) the new size, when it held the old one.
+// Gives the description that names package its new size, when it held the
+// old one: line 2 of TITLE.upd for a full package, the delta's own line in
+// TITLE.upd for TITLE-from-VERSION.bin. Every other line stays as it is.
 void UpdateDescription(const char* package, int oldSize, int newSize)
 {
     SPath path;
     path.Set(package);
-    const SString desc = path.Parent() + path.Title() + ".upd";
+    const SString title = path.Title(), name = path.Name();
+    // A delta, TITLE-from-VERSION.bin, is named on a line of TITLE.upd.
+    int from = -1;
+    for (int at = title.FindNoCase("-from-"); at >= 0; at = title.FindNoCase("-from-", at + 1))
+        from = at;
+    SString desc = path.Parent() + title + ".upd";
     SFilePath file(desc.Text(), false, false, true);
-    SString version, size;
-    if (!file.IsOpen() || !file.ReadLine(version) || !file.ReadLine(size))
-        return;
-    file.Close();
-    SString oldText, newText;
+    bool delta = !file.IsOpen() && from > 0;
+    if (delta) {
+        desc = path.Parent() + title.Left(from) + ".upd";
+        file.Open(desc.Text(), false, false, true);
+    }
+    SString oldText, newText, text, line, found;
     oldText.Format("%d", oldSize);
     newText.Format("%d", newSize);
-    if (size != oldText) {
-        Error("%s gives the size %s, not %s; left as it is", desc.Text(), size.Text(),
-              oldText.Text());
-        return;
+    for (int i = 0; file.IsOpen() && file.ReadLineWithEnd(line); i++) {
+        SString bare = line;
+        bare.TrimRight();
+        // The size stands alone on line 2, or between the version and the
+        // file name on a delta's line.
+        int size = -1, end = bare.GetLength();
+        if (!delta && i == 1) {
+            size = 0;
+        } else if (delta && i >= 2 && bare.Left(5) == "from " && bare.Find(' ', 5) > 0) {
+            size = bare.Find(' ', 5) + 1;
+            end = bare.Find(' ', size);
+            if (end < 0 || bare.Mid(end + 1).CompareNoCase(name.Text()) != 0)
+                size = -1;
+        }
+        if (size >= 0 && found.IsEmpty()) {
+            found = bare.Mid(size, end - size);
+            if (found == oldText)
+                line = bare.Left(size) + newText + bare.Mid(end) + "\r\n";
+        }
+        text += line;
     }
-    if (WriteText(desc.Text(), version + "\r\n" + newText + "\r\n"))
+    if (!file.IsOpen() || found.IsEmpty())
+        return;
+    file.Close();
+    if (found != oldText)
+        Error("%s gives the size %s, not %s; left as it is", desc.Text(), found.Text(),
+              oldText.Text());
+    else if (WriteText(desc.Text(), text))
         printf("%s\n", desc.Text());
     else
         Error("Cannot write %s", desc.Text());
