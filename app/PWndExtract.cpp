@@ -144,8 +144,13 @@ bool PWndExtract::_PThread::Admit(const char* temp)
     if (stamp != SEcKey::STAMP_KEY ||
         signature.Check(temp, key, KeepUnpacking, 0) != SPackageSignature::SIGNATURE_OK)
         return false;
+    // An application whose version cannot be read (rather than one that has
+    // none) could be any version: nothing is installed over it.
     SVersion installed;
-    bool known = SFileVersion::Read(SWndApp::GetArg(3, true).Text(), &installed);
+    int read = SFileVersion::Read(SWndApp::GetArg(3, true).Text(), &installed);
+    if (read == SFileVersion::UNREADABLE)
+        return false;
+    bool known = read == SFileVersion::FOUND;
     // A delta only applies to the version it was made from.
     if (signature.GetBase())
         return known && installed.Compare(*signature.GetBase()) == 0;

@@ -7,8 +7,8 @@
 // for a version not below the fixed file version of the application it
 // updates (argument 3; SFileVersion), and that a delta package's base is that
 // version; a refused package fails exactly as one of the wrong size does. An
-// application without a readable version resource is not compared, but gets
-// no delta. From the download's end until the unpacking has ended the
+// application that is missing or has no version resource is not compared,
+// but gets no delta; one whose version cannot be read gets nothing. From the download's end until the unpacking has ended the
 // temporary file is held (SFileHandle): nobody can change it between the
 // check and the unpacking.
 //

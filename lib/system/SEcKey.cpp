@@ -5,6 +5,8 @@
 #include <bcrypt.h>
 #include <string.h>
 
+#include <new>
+
 #include "SSha256.h"
 #include "core/SP256.h"
 #include "file/SFilePath.h"
@@ -399,7 +401,9 @@ bool SEcKey::LoadFile(const char* path)
     int size = file.Size();
     if (size < 0 || size > kMaxKeyFile)
         return Fail("the key file is larger than 64 KB");
-    char* text = new char[kMaxKeyFile + 1];
+    char* text = new (std::nothrow) char[kMaxKeyFile + 1];
+    if (!text)
+        return Fail("no memory to read the key file");
     int length = file.Read(text, kMaxKeyFile + 1);
     bool loaded = length > kMaxKeyFile ? Fail("the key file is larger than 64 KB")
         : length < 0                   ? Fail("the key file cannot be read")

@@ -6,8 +6,14 @@
 
 class SFileVersion {
 public:
+    // Results of Read.
+    enum { FOUND = 0, NONE, UNREADABLE };
+
     // Reads the fixed file version of the executable or library at path into
-    // version. False, leaving version as it was, when the file is missing,
-    // cannot be read, or has no version resource or no fixed part in it.
-    static bool Read(const char* path, SVersion* version);
+    // version: FOUND. NONE, leaving version as it was, when the file does not
+    // exist or holds no version resource (or none with a fixed part).
+    // UNREADABLE for every other failure: a file that another process keeps
+    // from being read, one that is no program, no memory. A check built on
+    // the version must not take UNREADABLE for NONE.
+    static int Read(const char* path, SVersion* version);
 };

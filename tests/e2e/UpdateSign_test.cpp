@@ -139,8 +139,9 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
     struct Case {
         std::string file;
         bool accept = false, local = false;
-        int stamp = 1;                             // Update.exe, Stamped.exe, Bad.exe
-        bool unversioned = false, holds = false;   // holds: the signature itself does
+        int stamp = 1;   // Update.exe, Stamped.exe, Bad.exe
+        int app = 0;     // 1: no version resource; 2: kept from being read (so no version known)
+        bool holds = false;   // the signature itself holds
         std::string dir = "";
     };
     std::vector<Case> runs = {
@@ -158,12 +159,14 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         {"unsigned.bin", false, true, 2},
         {"delta.bin", true, true},
         {"older.bin", true, false, true, true},
+        {"signed.bin", false, true, 1, 2, true},
     };
     for (const auto& variant : variants) {
         runs.push_back({std::string("bad ") + variant.first + ".bin"});
         ASSERT_TRUE(WriteFileText(Www(runs.back().file.c_str()), variant.second));
     }
-    Process updaters[26];
+    Process updaters[27];
+    HANDLE held = INVALID_HANDLE_VALUE;
     for (size_t i = 0; i < runs.size(); i++) {
         Case& run = runs[i];
         const std::string package = Www(run.file.c_str());
@@ -175,9 +178,12 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         const std::string exes[] = {BinDir() + "Update.exe", m_root / "Stamped.exe",
                                     m_root / "Bad.exe"};
         ASSERT_TRUE(PrepareApp(run.dir, exes[run.stamp]));
-        ASSERT_TRUE(!run.unversioned ||
+        ASSERT_TRUE(run.app != 1 ||
                     CopyFileA((BinDir() + "vx_sleeper.exe").c_str(),
                               (run.dir + "SampleApp.exe").c_str(), FALSE));
+        if (run.app == 2)
+            held = CreateFileA((run.dir + "SampleApp.exe").c_str(), GENERIC_READ, 0, nullptr,
+                               OPEN_EXISTING, 0, nullptr);
         ASSERT_TRUE(StartUpdate(&updaters[i], run.dir, std::to_string(ReadFileText(package).size()),
                                 run.local ? package : g_servers.Nginx(run.file)));
     }
@@ -199,6 +205,7 @@ TEST_F(UpdateSign, SignaturesAgreeWithAnIndependentSignerAndGuardTheInstall)
         }
         EXPECT_EQ(CountFiles(run.dir + "temp\\"), 0) << "the temporary file was left behind";
     }
+    CloseHandle(held);
 }
 
 // A second process (this test) waits until a stamped Update.exe unpacks, then
