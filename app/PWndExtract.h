@@ -8,9 +8,9 @@
 // updates (argument 3; SFileVersion), and that a delta package's base is that
 // version; a refused package fails exactly as one of the wrong size does. An
 // application that is missing or has no version resource is not compared,
-// but gets no delta; one whose version cannot be read gets nothing. From the download's end until the unpacking has ended the
-// temporary file is held (SFileHandle): nobody can change it between the
-// check and the unpacking.
+// but gets no delta; one whose version cannot be read gets nothing. From the download's end until
+// the unpacking has ended the temporary file is held (SFileHandle): nobody can change it between
+// the check and the unpacking.
 //
 // Closing the dialog while the worker runs stops the install at its next safe
 // point, within a second: between two blocks of the download or the local

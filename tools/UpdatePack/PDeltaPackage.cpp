@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "PPackCheck.h"
 #include "PSourceFiles.h"
 #include "core/SLittleEndian.h"
 #include "file/SDisk.h"
@@ -128,7 +129,7 @@ bool PDeltaPackage::SameContent(int index, SFile& file)
     if (length == 0)
         return file.Size() == 0;
     int start = old.Tell();
-    int64_t stated = StatedLength(old);
+    int64_t stated = PPackCheck::StreamRawBytes(old, length);
     if (stated != file.Size() || old.Seek(start) != start)
         return false;
     return SameCompressed(old, file);
@@ -152,26 +153,6 @@ bool PDeltaPackage::SameStored(SFile& old, uint32_t length, SFile& file)
     return true;
 }
 
-int64_t PDeltaPackage::StatedLength(SFile& old)
-{
-    unsigned char header[8];
-    if (!ReadAll(old, header, 4))
-        return -1;
-    uint32_t chunks = SLittleEndian::Get32(header);
-    int64_t total = 0;
-    // Each pass reads a header or ends the loop, so a wild count cannot spin.
-    for (uint32_t i = 0; i < chunks; i++) {
-        if (!ReadAll(old, header, 8))
-            return -1;
-        uint32_t raw = SLittleEndian::Get32(header), packed = SLittleEndian::Get32(header + 4);
-        if (raw > (uint32_t)kChunk || packed > (uint32_t)kPacked || old.Remaining() < (int)packed)
-            return -1;
-        old.Skip((int)packed);
-        total += raw;
-    }
-    return total;
-}
-
 bool PDeltaPackage::SameCompressed(SFile& old, SFile& file)
 {
     std::unique_ptr<unsigned char[]> packed(new (std::nothrow) unsigned char[kPacked]);
@@ -183,7 +164,7 @@ bool PDeltaPackage::SameCompressed(SFile& old, SFile& file)
     unsigned char header[8];
     bool same = ReadAll(old, header, 4);
     uint32_t chunks = same ? SLittleEndian::Get32(header) : 0;
-    // StatedLength has checked every header against the buffers.
+    // The headers were walked already; the buffers bound them again here.
     for (uint32_t i = 0; same && i < chunks; i++) {
         same = ReadAll(old, header, 8);
         uint32_t rawLength = SLittleEndian::Get32(header);

@@ -61,9 +61,6 @@ private:
     bool SameContent(int index, SFile& file);
     bool SameStored(SFile& old, uint32_t length, SFile& file);
     bool SameCompressed(SFile& old, SFile& file);
-    // The raw length a chunk stream states, found by reading its headers
-    // only; -1 when the headers are out of bounds or cut short.
-    static int64_t StatedLength(SFile& old);
 
     SString m_from;
     SString m_oldPackage;
